@@ -1,0 +1,34 @@
+# Installs headers, both libraries and a CMake package:
+#   find_package(vesk_mopac_mop CONFIG REQUIRED)
+#   target_link_libraries(app PRIVATE vesk::mopac_mop)
+include(CMakePackageConfigHelpers)
+
+install(TARGETS vesk_mopac_mop vesk_core_fs
+    EXPORT vesk_mopac_mop_targets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_COMPONENT development
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+set_target_properties(vesk_mopac_mop PROPERTIES EXPORT_NAME mopac_mop)
+set_target_properties(vesk_core_fs PROPERTIES EXPORT_NAME core_fs)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/vesk
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+    FILES_MATCHING PATTERN "*.hpp")
+
+set(vesk_mopac_cmake_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vesk_mopac_mop)
+install(EXPORT vesk_mopac_mop_targets
+    NAMESPACE vesk::
+    FILE vesk_mopac_mop-targets.cmake
+    DESTINATION ${vesk_mopac_cmake_dir})
+configure_package_config_file(
+    ${PROJECT_SOURCE_DIR}/cmake/vesk_mopac_mop-config.cmake.in
+    ${PROJECT_BINARY_DIR}/vesk_mopac_mop-config.cmake
+    INSTALL_DESTINATION ${vesk_mopac_cmake_dir})
+write_basic_package_version_file(
+    ${PROJECT_BINARY_DIR}/vesk_mopac_mop-config-version.cmake
+    VERSION ${PROJECT_VERSION}
+    COMPATIBILITY SameMajorVersion)
+install(FILES
+    ${PROJECT_BINARY_DIR}/vesk_mopac_mop-config.cmake
+    ${PROJECT_BINARY_DIR}/vesk_mopac_mop-config-version.cmake
+    DESTINATION ${vesk_mopac_cmake_dir})
