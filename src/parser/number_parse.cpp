@@ -1,0 +1,196 @@
+// Whole-token number conversion with the answers of strtod/strtol, locale-free.
+#include "parser/number_parse.hpp"
+
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <string>
+#include <system_error>
+
+namespace vesk::input::mopac::detail {
+namespace {
+
+bool is_digit(char c) noexcept;
+bool is_hex_digit(char c) noexcept;
+bool starts_hex_prefix(const char* first, const char* last) noexcept;
+bool is_subnormal(double magnitude) noexcept;
+bool decimal_equals(const char* first, const char* last, double magnitude) noexcept;
+bool hex_equals(const char* first, const char* last, double magnitude) noexcept;
+
+}  // namespace
+
+bool parse_double_token(std::string_view token, double& value) noexcept {
+    const char* first = token.data();
+    const char* const last = first + token.size();
+
+    // strtod takes one optional sign; std::from_chars takes only '-', so the
+    // sign is read here and the magnitude converted alone.
+    bool negative = false;
+    if (first != last && (*first == '+' || *first == '-')) {
+        negative = *first == '-';
+        ++first;
+    }
+    if (first == last || *first == '+' || *first == '-') return false;
+
+    double magnitude = 0.0;
+    const char* end = nullptr;
+    if (starts_hex_prefix(first, last)) {
+        const char* digits = first + 2;
+        // from_chars would take a sign here, strtod does not.
+        bool has_digits = digits != last && (is_hex_digit(*digits) || *digits == '.');
+        auto result = has_digits ? std::from_chars(digits, last, magnitude, std::chars_format::hex)
+                                 : std::from_chars_result{digits, std::errc::invalid_argument};
+        if (result.ec == std::errc::invalid_argument) {
+            // "0x" with no hexadecimal digit behind it: strtod reads the 0.
+            magnitude = 0.0;
+            end = first + 1;
+        } else if (result.ec != std::errc()) {
+            return false;  // overflow or underflow to zero
+        } else {
+            if (is_subnormal(magnitude) && !hex_equals(digits, result.ptr, magnitude)) return false;
+            end = result.ptr;
+        }
+    } else {
+        auto result = std::from_chars(first, last, magnitude, std::chars_format::general);
+        if (result.ec != std::errc()) return false;  // no number, overflow, underflow to zero
+        if (is_subnormal(magnitude) && !decimal_equals(first, result.ptr, magnitude)) return false;
+        end = result.ptr;
+    }
+    value = negative ? -magnitude : magnitude;
+    return end == last;
+}
+
+bool parse_int_token(std::string_view token, int& value) noexcept {
+    const char* first = token.data();
+    const char* const last = first + token.size();
+    // std::from_chars accepts a leading '-' but not '+'; strtol accepts either, once.
+    if (first != last && *first == '+') {
+        ++first;
+        if (first == last || !is_digit(*first)) return false;
+    }
+    int parsed = 0;
+    auto result = std::from_chars(first, last, parsed, 10);
+    if (result.ec != std::errc()) return false;  // no digits, or outside 32 bits
+    value = parsed;
+    return result.ptr == last;
+}
+
+namespace {
+
+bool is_digit(char c) noexcept { return c >= '0' && c <= '9'; }
+
+bool is_hex_digit(char c) noexcept {
+    return is_digit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+}
+
+int hex_value(char c) noexcept {
+    if (is_digit(c)) return c - '0';
+    return (c | 0x20) - 'a' + 10;
+}
+
+bool starts_hex_prefix(const char* first, const char* last) noexcept {
+    return last - first >= 2 && first[0] == '0' && (first[1] == 'x' || first[1] == 'X');
+}
+
+bool is_subnormal(double magnitude) noexcept {
+    return magnitude != 0.0 && magnitude < std::numeric_limits<double>::min();
+}
+
+// Reads an exponent's digits, saturating far beyond any meaningful value.
+long read_exponent(const char* first, const char* last) noexcept {
+    bool negative = false;
+    if (first != last && (*first == '+' || *first == '-')) negative = *first++ == '-';
+    long exponent = 0;
+    for (; first != last && is_digit(*first); ++first) {
+        if (exponent < 100000000) exponent = exponent * 10 + (*first - '0');
+    }
+    return negative ? -exponent : exponent;
+}
+
+// A subnormal result is a range error unless the text denotes it exactly.
+// Every subnormal double has a finite decimal expansion of at most 767
+// significant digits, which std::to_chars writes exactly at that precision,
+// so the two digit strings can be compared as they stand:
+// "4.9406564584124654e-324" is inexact, the full 751-digit 2^-1074 is not.
+bool decimal_equals(const char* first, const char* last, double magnitude) noexcept {
+    // The text's significant digits and the power of ten of the first one.
+    std::string digits;
+    long point = 0;  // digits before the decimal point, counted from the first significant one
+    bool seen_point = false;
+    const char* p = first;
+    for (; p != last && (is_digit(*p) || *p == '.'); ++p) {
+        if (*p == '.') {
+            seen_point = true;
+            continue;
+        }
+        if (digits.empty() && *p == '0') {
+            if (seen_point) --point;
+            continue;
+        }
+        digits.push_back(*p);
+        if (!seen_point) ++point;
+    }
+    if (p != last && (*p == 'e' || *p == 'E')) point += read_exponent(p + 1, last);
+    while (!digits.empty() && digits.back() == '0') digits.pop_back();
+
+    // The same for the double: "d.ddd...e-XXX" at a precision that is exact.
+    char buffer[820];
+    auto result = std::to_chars(buffer, buffer + sizeof buffer, magnitude,
+                                std::chars_format::scientific, 800);
+    const char* exponent_mark = static_cast<const char*>(std::memchr(buffer, 'e', result.ptr - buffer));
+    std::string exact(1, buffer[0]);
+    exact.append(buffer + 2, static_cast<std::size_t>(exponent_mark - (buffer + 2)));
+    while (!exact.empty() && exact.back() == '0') exact.pop_back();
+    long exact_point = read_exponent(exponent_mark + 1, result.ptr) + 1;
+
+    return digits == exact && point == exact_point;
+}
+
+// The hexadecimal counterpart: compares odd significands and powers of two.
+bool hex_equals(const char* first, const char* last, double magnitude) noexcept {
+    std::string digits;
+    long binary_exponent = 0;
+    bool seen_point = false;
+    const char* p = first;
+    for (; p != last && (is_hex_digit(*p) || *p == '.'); ++p) {
+        if (*p == '.') {
+            seen_point = true;
+            continue;
+        }
+        if (digits.empty() && *p == '0') {
+            if (seen_point) binary_exponent -= 4;
+            continue;
+        }
+        digits.push_back(*p);
+        if (seen_point) binary_exponent -= 4;
+    }
+    if (p != last && (*p == 'p' || *p == 'P')) binary_exponent += read_exponent(p + 1, last);
+    while (!digits.empty() && digits.back() == '0') {
+        digits.pop_back();
+        binary_exponent += 4;
+    }
+    // More than 15 significant hex digits span more bits than a double holds.
+    if (digits.empty() || digits.size() > 15) return false;
+    std::uint64_t significand = 0;
+    for (char c : digits) significand = significand * 16 + static_cast<std::uint64_t>(hex_value(c));
+    while ((significand & 1U) == 0) {
+        significand >>= 1;
+        ++binary_exponent;
+    }
+
+    // A subnormal double is m * 2^-1074.
+    int exponent = 0;
+    double fraction = std::frexp(magnitude, &exponent);  // magnitude = fraction * 2^exponent
+    auto exact = static_cast<std::uint64_t>(std::ldexp(fraction, 1074 + exponent));
+    long exact_exponent = -1074;
+    while ((exact & 1U) == 0) {
+        exact >>= 1;
+        ++exact_exponent;
+    }
+    return significand == exact && binary_exponent == exact_exponent;
+}
+
+}  // namespace
+}  // namespace vesk::input::mopac::detail

@@ -1,0 +1,105 @@
+// The parse driver: keyword block, title, comment, then the coordinate section.
+#include <exception>
+#include <string>
+
+#include "document/text.hpp"
+#include "parser/reader.hpp"
+#include "vesk/core/fs.hpp"
+#include "vesk/input/mopac/parser.hpp"
+
+namespace vesk::input::mopac {
+
+ParseResult::~ParseResult() = default;
+
+ParseResult parse_string(std::string_view text) {
+    ParseResult result;
+    MopacInput& input = result.input;
+    detail::LineCursor lines(text);
+
+    if (!lines.has_next()) {
+        result.error = "MOPAC input is empty";
+        return result;
+    }
+    input.keyword_lines.emplace_back(lines.next());
+    while (keyword_line_continues(input.keyword_lines.back())) {
+        if (!lines.has_next()) {
+            result.error = "MOPAC keyword continuation '+' has no following keyword line";
+            return result;
+        }
+        input.keyword_lines.emplace_back(lines.next());
+    }
+    if (!lines.has_next()) {
+        result.error = "MOPAC input is missing the title line";
+        return result;
+    }
+    input.title.assign(lines.next());
+    if (!lines.has_next()) {
+        result.error = "MOPAC input is missing the comment line";
+        return result;
+    }
+    input.comment.assign(lines.next());
+
+    std::uint64_t raw_count = lines.has_next() ? detail::read_coordinate_section(lines, input) : 0;
+    if (raw_count != 0) {
+        std::string warning;
+        detail::append_integer(warning, static_cast<long long>(raw_count));
+        warning += " coordinate/auxiliary line(s) were preserved as raw MOPAC records";
+        result.warnings.push_back(std::move(warning));
+    }
+    if (input.coordinates.empty()) {
+        result.warnings.emplace_back(
+            "MOPAC input contains no coordinate records; this is valid only for restart/OLDGEO-style jobs");
+    }
+    result.ok = true;
+    return result;
+}
+
+ParseResult parse_file(const std::string& path) {
+    try {
+        const std::string text = vesk::core::fs::read_text_file(path);
+        return parse_string(text);
+    } catch (const std::exception& error) {
+        ParseResult failed;
+        failed.error = std::string("failed to read MOPAC input file: ") + error.what();
+        return failed;
+    }
+}
+
+// True when the line has a token that is exactly "+", with tokens cut as the
+// keyword tokeniser cuts them: quotes and parentheses hold blanks, so "(a + b)"
+// and "'a +" do not continue, while "PM7 + CHARGE=1" does. No token is built.
+bool keyword_line_continues(std::string_view line) {
+    char quote = 0;
+    long depth = 0;
+    bool in_token = false;
+    bool plus_only = false;
+    for (char c : line) {
+        if (quote != 0) {
+            if (c == quote) quote = 0;
+        } else if (c == '\'' || c == '"') {
+            quote = c;
+            in_token = true;
+            plus_only = false;
+        } else if (c == '(') {
+            ++depth;
+            in_token = true;
+            plus_only = false;
+        } else if (c == ')' && depth > 0) {
+            --depth;
+            in_token = true;
+            plus_only = false;
+        } else if (detail::is_space(static_cast<unsigned char>(c)) && depth == 0) {
+            if (in_token && plus_only) return true;
+            in_token = false;
+            plus_only = false;
+        } else if (in_token) {
+            plus_only = false;
+        } else {
+            in_token = true;
+            plus_only = c == '+';
+        }
+    }
+    return in_token && plus_only;
+}
+
+}  // namespace vesk::input::mopac
