@@ -1,0 +1,170 @@
+// Speed and peak memory of parse_string and to_string on generated inputs,
+// with two reference loops in the same binary: the least work a parser can
+// do (split lines and tokens, from_chars) and a string-stream reader.
+#include <benchmark/benchmark.h>
+
+#include <charconv>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <random>
+#include <sstream>
+#include <string>
+
+#include "vesk/input/mopac/parser.hpp"
+
+namespace {
+
+// Counts live heap bytes so that the peak of one call can be reported.
+std::size_t live_bytes = 0;
+std::size_t peak_bytes = 0;
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+    void* p = std::malloc(size + 16);
+    if (p == nullptr) throw std::bad_alloc();
+    *static_cast<std::size_t*>(p) = size;
+    live_bytes += size;
+    if (live_bytes > peak_bytes) peak_bytes = live_bytes;
+    return static_cast<char*>(p) + 16;
+}
+void operator delete(void* p) noexcept {
+    if (p == nullptr) return;
+    char* block = static_cast<char*>(p) - 16;
+    live_bytes -= *reinterpret_cast<std::size_t*>(block);
+    std::free(block);
+}
+void operator delete(void* p, std::size_t) noexcept { operator delete(p); }
+
+namespace {
+
+using vesk::input::mopac::parse_string;
+
+// A MOPAC input of `atoms` Cartesian atom lines of 7 tokens with 8 to 12
+// significant digits and flags, a continued keyword block and a trailing section.
+std::string make_input(std::size_t atoms) {
+    static const char* const elements[] = {"C", "H", "O", "N", "S", "Cl"};
+    std::mt19937_64 random(atoms);
+    std::uniform_real_distribution<double> coordinate(-60.0, 60.0);
+    std::string text =
+        "PM7 CHARGE=0 PRECISE GNORM=0.01 +\n"
+        "AUX(PRECISION=9,XP,XS,XW) LET DUMP=3600 +\n"
+        "SINGLET THREADS=2\n"
+        "generated benchmark system\n"
+        "flags and 8-12 significant digits\n";
+    char line[160];
+    for (std::size_t i = 0; i < atoms; ++i) {
+        int digits = 8 + static_cast<int>(random() % 5);
+        int n = std::snprintf(line, sizeof line, "%-2s %.*g %d %.*g %d %.*g %d\n", elements[random() % 6], digits,
+                              coordinate(random), static_cast<int>(random() % 2), digits, coordinate(random),
+                              static_cast<int>(random() % 2), digits, coordinate(random), static_cast<int>(random() % 2));
+        text.append(line, static_cast<std::size_t>(n));
+    }
+    text += "\nOLDGEO restart section\n0 0 0 0\n";
+    return text;
+}
+
+void report(benchmark::State& state, const std::string& text, std::size_t lines) {
+    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * text.size()));
+    // An inverted per-iteration rate of lines/1e9 reads as nanoseconds per line.
+    state.counters["ns_per_line"] = benchmark::Counter(static_cast<double>(lines) / 1e9,
+                                                       benchmark::Counter::kIsIterationInvariantRate |
+                                                           benchmark::Counter::kInvert);
+}
+
+void BM_parse_string(benchmark::State& state) {
+    const auto atoms = static_cast<std::size_t>(state.range(0));
+    const std::string text = make_input(atoms);
+    for (auto _ : state) {
+        auto result = parse_string(text);
+        benchmark::DoNotOptimize(result);
+    }
+    // Peak heap use of one parse beyond the text the caller holds.
+    live_bytes = peak_bytes = 0;
+    { auto result = parse_string(text); benchmark::DoNotOptimize(result); }
+    state.counters["peak_heap_bytes_per_line"] = static_cast<double>(peak_bytes) / static_cast<double>(atoms);
+    state.counters["text_bytes_per_line"] = static_cast<double>(text.size()) / static_cast<double>(atoms);
+    report(state, text, atoms);
+}
+
+void BM_to_string(benchmark::State& state) {
+    const auto atoms = static_cast<std::size_t>(state.range(0));
+    const std::string text = make_input(atoms);
+    const auto input = parse_string(text).input;
+    for (auto _ : state) {
+        std::string out = input.to_string();
+        benchmark::DoNotOptimize(out);
+    }
+    report(state, text, atoms);
+}
+
+bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+// The least a reader must do: find the lines and the tokens and convert the
+// numbers. Six tokens of each seven-token line are numbers.
+void BM_baseline_split_from_chars(benchmark::State& state) {
+    const auto atoms = static_cast<std::size_t>(state.range(0));
+    const std::string text = make_input(atoms);
+    for (auto _ : state) {
+        double sum = 0.0;
+        const char* p = text.data();
+        const char* const end = p + text.size();
+        while (p < end) {
+            const char* lf = static_cast<const char*>(std::memchr(p, '\n', static_cast<std::size_t>(end - p)));
+            const char* line_end = lf ? lf : end;
+            int token = 0;
+            for (const char* q = p; q < line_end;) {
+                while (q < line_end && is_space(*q)) ++q;
+                const char* start = q;
+                while (q < line_end && !is_space(*q)) ++q;
+                if (start == q) break;
+                if (token > 0) {
+                    double value = 0.0;
+                    std::from_chars(start, q, value);
+                    sum += value;
+                }
+                ++token;
+            }
+            p = line_end + 1;
+        }
+        benchmark::DoNotOptimize(sum);
+    }
+    report(state, text, atoms);
+}
+
+// The design to avoid: a string stream per line and std::stod per token.
+void BM_reference_istringstream_stod(benchmark::State& state) {
+    const auto atoms = static_cast<std::size_t>(state.range(0));
+    const std::string text = make_input(atoms);
+    for (auto _ : state) {
+        double sum = 0.0;
+        std::istringstream in(text);
+        std::string line;
+        while (std::getline(in, line)) {
+            std::istringstream words(line);
+            std::string word;
+            int token = 0;
+            while (words >> word) {
+                if (token++ > 0) {
+                    try {
+                        sum += std::stod(word);
+                    } catch (...) {
+                    }
+                }
+            }
+        }
+        benchmark::DoNotOptimize(sum);
+    }
+    report(state, text, atoms);
+}
+
+}  // namespace
+
+BENCHMARK(BM_parse_string)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_baseline_split_from_chars)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_reference_istringstream_stod)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_to_string)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);
+
+BENCHMARK_MAIN();
