@@ -1,0 +1,75 @@
+// The keyword tokeniser and the name of a token, shared by the queries and the editor.
+// A blank is dropped only where it ends a token, so every token is one
+// contiguous piece of its line and the scanner hands out views.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "document/text.hpp"
+
+namespace vesk::input::mopac::detail {
+
+/// Calls `on_token(std::string_view)` for each token of a line, "+" marks
+/// included: "X 'a b' (p(q) r) s)" -> "X", "'a b'", "(p(q) r)", "s)".
+template <typename OnToken>
+void for_each_keyword_token(std::string_view line, OnToken&& on_token) {
+    char quote = 0;
+    long long depth = 0;
+    std::size_t start = 0;
+    bool in_token = false;
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        const char c = line[i];
+        if (quote != 0) {
+            if (c == quote) quote = 0;
+        } else if (c == '\'' || c == '"') {
+            quote = c;
+        } else if (c == '(') {
+            ++depth;
+        } else if (c == ')' && depth > 0) {
+            --depth;
+        } else if (depth == 0 && is_space(static_cast<unsigned char>(c))) {
+            if (in_token) on_token(line.substr(start, i - start));
+            in_token = false;
+            continue;
+        }
+        // Every byte that reaches here belongs to a token, a ")" at depth 0 too.
+        if (!in_token) {
+            start = i;
+            in_token = true;
+        }
+    }
+    if (in_token) on_token(line.substr(start));
+}
+
+/// Whether a token is the continuation mark that the token list leaves out.
+constexpr bool is_continuation_mark(std::string_view token) noexcept {
+    return token.size() == 1 && token[0] == '+';
+}
+
+/// `text` without whitespace at either end.
+constexpr std::string_view trim_space(std::string_view text) noexcept {
+    std::size_t first = 0;
+    std::size_t last = text.size();
+    while (first < last && is_space(static_cast<unsigned char>(text[first]))) ++first;
+    while (last > first && is_space(static_cast<unsigned char>(text[last - 1]))) --last;
+    return text.substr(first, last - first);
+}
+
+/// The name before upper-casing: " aux (precision=9)" -> "aux", "=5" -> "", "\"A=B\"" -> "\"A".
+constexpr std::string_view keyword_name_part(std::string_view text) noexcept {
+    text = trim_space(text);
+    return trim_space(text.substr(0, text.find_first_of("=(")));
+}
+
+/// normalize_keyword_name(token) == name, without making a string.
+constexpr bool keyword_name_equals(std::string_view token, std::string_view name) noexcept {
+    const std::string_view part = keyword_name_part(token);
+    if (part.size() != name.size()) return false;
+    for (std::size_t i = 0; i < part.size(); ++i) {
+        if (to_upper(part[i]) != name[i]) return false;
+    }
+    return true;
+}
+
+}  // namespace vesk::input::mopac::detail
