@@ -22,6 +22,12 @@ std::size_t peak_bytes = 0;
 
 }  // namespace
 
+// The replacements below keep a size header in front of each block; GCC
+// cannot see that the free() matches the malloc() of operator new.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+#endif
+
 void* operator new(std::size_t size) {
     void* p = std::malloc(size + 16);
     if (p == nullptr) throw std::bad_alloc();

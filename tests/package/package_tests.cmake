@@ -5,7 +5,6 @@
 # 1. Install into a scratch prefix, then build and run a consumer against it.
 set(vesk_package_prefix "${CMAKE_CURRENT_BINARY_DIR}/package-prefix")
 add_test(NAME package.install
-    COMMAND ${CMAKE_COMMAND} -E rm -rf "${vesk_package_prefix}"
     COMMAND ${CMAKE_COMMAND} --install "${PROJECT_BINARY_DIR}" --prefix "${vesk_package_prefix}")
 set_tests_properties(package.install PROPERTIES FIXTURES_SETUP vesk_package)
 add_test(NAME package.consumer

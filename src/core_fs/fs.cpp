@@ -1,0 +1,170 @@
+// Whole-file reads and atomic whole-file replacement on POSIX systems.
+#include "vesk/core/fs.hpp"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <string>
+#include <system_error>
+
+namespace vesk::core::fs {
+namespace {
+
+[[noreturn]] void fail_read(const std::string& path, int error);
+std::string resolve_link(const std::string& path);
+std::string directory_of(const std::string& path);
+int create_temporary(const std::string& target, std::string& temporary_path);
+bool write_all(int fd, std::string_view content) noexcept;
+bool sync_directory(const std::string& directory) noexcept;
+
+// Closes a descriptor on every way out.
+class Descriptor {
+public:
+    explicit Descriptor(int fd) noexcept : fd_(fd) {}
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() {
+        if (fd_ >= 0) ::close(fd_);
+    }
+    int get() const noexcept { return fd_; }
+    // Closes now and reports whether the close succeeded (a delayed write
+    // error of some file systems only shows here).
+    bool close() noexcept {
+        int fd = fd_;
+        fd_ = -1;
+        return ::close(fd) == 0;
+    }
+
+private:
+    int fd_;
+};
+
+}  // namespace
+
+std::string read_text_file(const std::string& path) {
+    int raw = -1;
+    do {
+        raw = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    } while (raw < 0 && errno == EINTR);
+    if (raw < 0) fail_read(path, errno);
+    Descriptor fd(raw);
+
+    std::string content;
+    struct stat info {};
+    if (::fstat(fd.get(), &info) == 0 && S_ISREG(info.st_mode) && info.st_size > 0) {
+        content.reserve(static_cast<std::size_t>(info.st_size));
+    }
+    // Read to the end whatever fstat said: pipes and /proc files report no size.
+    char buffer[65536];
+    for (;;) {
+        ssize_t n = ::read(fd.get(), buffer, sizeof buffer);
+        if (n > 0) {
+            content.append(buffer, static_cast<std::size_t>(n));
+        } else if (n == 0) {
+            break;
+        } else if (errno != EINTR) {
+            fail_read(path, errno);
+        }
+    }
+    return content;
+}
+
+bool write_text_file_atomic(const std::string& path, std::string_view content) {
+    if (path.empty()) return false;
+    // Writing through a symbolic link replaces the file it names and keeps the link.
+    const std::string target = resolve_link(path);
+
+    struct stat existing {};
+    const bool replaces = ::stat(target.c_str(), &existing) == 0;
+    if (replaces && !S_ISREG(existing.st_mode)) return false;  // a directory, a device, ...
+
+    std::string temporary;
+    Descriptor fd(create_temporary(target, temporary));
+    if (fd.get() < 0) return false;
+
+    bool ok = write_all(fd.get(), content) && ::fsync(fd.get()) == 0;
+    if (ok && replaces) ok = ::fchmod(fd.get(), existing.st_mode & 07777) == 0;
+    ok = fd.close() && ok;
+    if (ok) ok = ::rename(temporary.c_str(), target.c_str()) == 0;
+    if (!ok) {
+        ::unlink(temporary.c_str());
+        return false;
+    }
+    // The rename is only durable once the directory entry is on disk.
+    return sync_directory(directory_of(target));
+}
+
+namespace {
+
+[[noreturn]] void fail_read(const std::string& path, int error) {
+    throw std::system_error(error, std::generic_category(), "cannot read '" + path + "'");
+}
+
+std::string resolve_link(const std::string& path) {
+    std::string current = path;
+    for (int hops = 0; hops < 40; ++hops) {  // as the kernel's own limit on link chains
+        struct stat info {};
+        if (::lstat(current.c_str(), &info) != 0 || !S_ISLNK(info.st_mode)) return current;
+        std::string link(static_cast<std::size_t>(info.st_size > 0 ? info.st_size : PATH_MAX), '\0');
+        ssize_t n = ::readlink(current.c_str(), link.data(), link.size());
+        if (n < 0) return current;
+        link.resize(static_cast<std::size_t>(n));
+        // A relative link is relative to the directory that holds the link.
+        current = (!link.empty() && link[0] == '/') ? link : directory_of(current) + "/" + link;
+    }
+    return current;
+}
+
+std::string directory_of(const std::string& path) {
+    std::string::size_type slash = path.rfind('/');
+    if (slash == std::string::npos) return ".";
+    if (slash == 0) return "/";
+    return path.substr(0, slash);
+}
+
+// Creates ".<name>.tmp.<pid>.<n>" beside the target. Mode 0666 lets the
+// process umask decide the bits of a new file, as for any other new file.
+int create_temporary(const std::string& target, std::string& temporary_path) {
+    static std::atomic<unsigned long> counter{0};
+    const std::string directory = directory_of(target);
+    std::string::size_type slash = target.rfind('/');
+    const std::string name = slash == std::string::npos ? target : target.substr(slash + 1);
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        temporary_path = directory + "/." + name + ".tmp." + std::to_string(::getpid()) + "." +
+                         std::to_string(counter.fetch_add(1, std::memory_order_relaxed));
+        int fd = ::open(temporary_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (fd >= 0 || (errno != EEXIST && errno != EINTR)) return fd;
+    }
+    return -1;
+}
+
+bool write_all(int fd, std::string_view content) noexcept {
+    const char* data = content.data();
+    std::size_t left = content.size();
+    while (left > 0) {
+        ssize_t n = ::write(fd, data, left);
+        if (n < 0) {
+            if (errno == EINTR) continue;
+            return false;  // EFBIG past RLIMIT_FSIZE, ENOSPC, EIO, ...
+        }
+        data += n;
+        left -= static_cast<std::size_t>(n);
+    }
+    return true;
+}
+
+bool sync_directory(const std::string& directory) noexcept {
+    int fd = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0) return false;
+    bool ok = ::fsync(fd) == 0;
+    ::close(fd);
+    return ok;
+}
+
+}  // namespace
+}  // namespace vesk::core::fs

@@ -1,0 +1,141 @@
+// Whole-file reads and atomic writes, including the faults users meet.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <dirent.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "core/temp_dir.hpp"
+#include "vesk/core/fs.hpp"
+
+namespace vesk::core::fs {
+namespace {
+
+using vesk::test_support::TempDir;
+
+TEST(read_text_file, returns_every_byte) {
+    TempDir dir;
+    const std::string cases[] = {
+        "",
+        "no final line feed",
+        std::string("nul\0inside\r\ncr lf\rcr only\n", 27),
+        std::string(3 * 1024 * 1024 + 17, 'x'),  // larger than one read buffer
+    };
+    for (const auto& content : cases) {
+        const std::string path = dir.write("file", content);
+        EXPECT_EQ(read_text_file(path), content);
+    }
+}
+
+TEST(read_text_file, names_the_path_and_the_reason) {
+    TempDir dir;
+    const std::pair<std::string, std::string> cases[] = {
+        {dir.path() + "/missing.mop", "No such file or directory"},
+        {dir.path(), "Is a directory"},
+    };
+    for (const auto& [path, reason] : cases) {
+        try {
+            read_text_file(path);
+            ADD_FAILURE() << "no exception for " << path;
+        } catch (const std::system_error& error) {
+            EXPECT_THAT(error.what(), testing::HasSubstr("'" + path + "'"));
+            EXPECT_THAT(error.what(), testing::HasSubstr(reason));
+        }
+    }
+}
+
+TEST(write_text_file_atomic, creates_and_replaces_keeping_permission_bits) {
+    TempDir dir;
+    const std::string path = dir.path() + "/new.mop";
+    ASSERT_TRUE(write_text_file_atomic(path, "first\n"));
+    EXPECT_EQ(read_text_file(path), "first\n");
+
+    ASSERT_EQ(::chmod(path.c_str(), 0640), 0);
+    ASSERT_TRUE(write_text_file_atomic(path, std::string("second\0\n", 8)));
+    EXPECT_EQ(read_text_file(path), std::string("second\0\n", 8));
+    struct stat info {};
+    ASSERT_EQ(::stat(path.c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 07777, 0640u);
+    EXPECT_EQ(dir.entries(), std::vector<std::string>{"new.mop"});
+}
+
+TEST(write_text_file_atomic, writes_through_a_symbolic_link) {
+    TempDir dir;
+    const std::string real = dir.write("real.mop", "old\n");
+    const std::string link = dir.path() + "/link.mop";
+    ASSERT_EQ(::symlink("real.mop", link.c_str()), 0);
+    ASSERT_TRUE(write_text_file_atomic(link, "new\n"));
+    struct stat info {};
+    ASSERT_EQ(::lstat(link.c_str(), &info), 0);
+    EXPECT_TRUE(S_ISLNK(info.st_mode));
+    EXPECT_EQ(read_text_file(real), "new\n");
+    EXPECT_EQ(dir.entries(), (std::vector<std::string>{"link.mop", "real.mop"}));
+}
+
+TEST(write_text_file_atomic, refuses_paths_it_cannot_replace) {
+    TempDir dir;
+    ::mkdir((dir.path() + "/sub").c_str(), 0755);
+    EXPECT_FALSE(write_text_file_atomic("", "x"));
+    EXPECT_FALSE(write_text_file_atomic(dir.path() + "/no/such/dir/f.mop", "x"));
+    EXPECT_FALSE(write_text_file_atomic(dir.path() + "/sub", "x"));
+    EXPECT_EQ(dir.entries(), std::vector<std::string>{"sub"});
+}
+
+// Runs `body` in a child process and answers its exit status; used for
+// faults that change process-wide state (limits, signals, user id).
+int in_child(const std::function<int()>& body) {
+    pid_t pid = ::fork();
+    if (pid == 0) ::_exit(body());
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+TEST(write_text_file_atomic, keeps_the_old_file_when_the_size_limit_is_hit) {
+    TempDir dir;
+    const std::string path = dir.write("target.mop", "old bytes\n");
+    const std::string big(64 * 1024, 'x');
+    int status = in_child([&] {
+        std::signal(SIGXFSZ, SIG_IGN);  // else the kernel ends the process at the limit
+        struct rlimit limit {4096, 4096};
+        if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) return 3;
+        return write_text_file_atomic(path, big) ? 1 : 0;
+    });
+    EXPECT_EQ(status, 0) << "the write past RLIMIT_FSIZE was not refused";
+    EXPECT_EQ(read_text_file(path), "old bytes\n");
+    EXPECT_EQ(dir.entries(), std::vector<std::string>{"target.mop"});
+}
+
+TEST(write_text_file_atomic, keeps_the_old_file_in_a_read_only_directory) {
+    TempDir dir;
+    const std::string sub = dir.path() + "/ro";
+    ASSERT_EQ(::mkdir(sub.c_str(), 0755), 0);
+    const std::string path = sub + "/target.mop";
+    std::ofstream(path) << "old bytes\n";
+    ASSERT_EQ(::chmod(path.c_str(), 0666), 0);
+    ASSERT_EQ(::chmod(sub.c_str(), 0555), 0);
+    // Root ignores directory permissions, so the write runs as an unprivileged user.
+    int status = in_child([&] {
+        if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0)) return 3;
+        return write_text_file_atomic(path, "new bytes\n") ? 1 : 0;
+    });
+    ::chmod(sub.c_str(), 0755);
+    if (status == 3) GTEST_SKIP() << "\n*** SKIPPED: cannot drop to an unprivileged user to test a read-only directory ***";
+    EXPECT_EQ(status, 0) << "the write into a read-only directory was not refused";
+    EXPECT_EQ(read_text_file(path), "old bytes\n");
+    EXPECT_EQ(TempDir::list(sub), std::vector<std::string>{"target.mop"});
+}
+
+}  // namespace
+}  // namespace vesk::core::fs
