@@ -2,6 +2,7 @@
 #include <exception>
 #include <string>
 
+#include "document/keyword_scan.hpp"
 #include "document/text.hpp"
 #include "parser/reader.hpp"
 #include "vesk/core/fs.hpp"
@@ -66,40 +67,14 @@ ParseResult parse_file(const std::string& path) {
 }
 
 // True when the line has a token that is exactly "+", with tokens cut as the
-// keyword tokeniser cuts them: quotes and parentheses hold blanks, so "(a + b)"
-// and "'a +" do not continue, while "PM7 + CHARGE=1" does. No token is built.
+// keyword queries cut them: quotes and parentheses hold blanks, so "(a + b)"
+// and "'a +" do not continue, while "PM7 + CHARGE=1" does.
 bool keyword_line_continues(std::string_view line) {
-    char quote = 0;
-    long depth = 0;
-    bool in_token = false;
-    bool plus_only = false;
-    for (char c : line) {
-        if (quote != 0) {
-            if (c == quote) quote = 0;
-        } else if (c == '\'' || c == '"') {
-            quote = c;
-            in_token = true;
-            plus_only = false;
-        } else if (c == '(') {
-            ++depth;
-            in_token = true;
-            plus_only = false;
-        } else if (c == ')' && depth > 0) {
-            --depth;
-            in_token = true;
-            plus_only = false;
-        } else if (detail::is_space(static_cast<unsigned char>(c)) && depth == 0) {
-            if (in_token && plus_only) return true;
-            in_token = false;
-            plus_only = false;
-        } else if (in_token) {
-            plus_only = false;
-        } else {
-            in_token = true;
-            plus_only = c == '+';
-        }
-    }
-    return in_token && plus_only;
+    bool continues = false;
+    detail::for_each_keyword_token(line, [&continues](std::string_view token) {
+        continues = continues || detail::is_continuation_mark(token);
+    });
+    return continues;
 }
 
 }  // namespace vesk::input::mopac
