@@ -1,0 +1,174 @@
+// End-to-end runs of the built mopac-input tool on temporary files.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "core/temp_dir.hpp"
+#include "vesk/core/fs.hpp"
+#include "vesk/input/mopac/parser.hpp"
+
+namespace {
+
+using ::testing::HasSubstr;
+using vesk::core::fs::read_text_file;
+using vesk::test_support::TempDir;
+
+struct ToolRun {
+    int status = -1;
+    std::string out;
+    std::string err;
+};
+
+// Runs the tool with `args`, `input` on standard input; output goes through
+// files so that no pipe can fill up.
+ToolRun run(const TempDir& dir, const std::vector<std::string>& args, const std::string& input = "") {
+    const std::string in = dir.write(".stdin", input);
+    const std::string out = dir.path() + "/.stdout";
+    const std::string err = dir.path() + "/.stderr";
+    pid_t pid = ::fork();
+    if (pid == 0) {
+        ::dup2(::open(in.c_str(), O_RDONLY), 0);
+        ::dup2(::open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), 1);
+        ::dup2(::open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), 2);
+        std::vector<char*> argv{const_cast<char*>(MOPAC_INPUT_EXE)};
+        for (const auto& a : args) argv.push_back(const_cast<char*>(a.c_str()));
+        argv.push_back(nullptr);
+        ::execv(MOPAC_INPUT_EXE, argv.data());
+        ::_exit(127);
+    }
+    ToolRun result;
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    result.out = read_text_file(out);
+    result.err = read_text_file(err);
+    return result;
+}
+
+const std::string example = read_text_file(VESK_EXAMPLES_DIR "/ethanol.mop");
+
+TEST(mopac_input_tool, show_lists_what_the_library_reads) {
+    TempDir dir;
+    ToolRun r = run(dir, {"show", dir.write("e.mop", example)});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_THAT(r.out, HasSubstr("  keywords: PM7 CHARGE=0 AUX(PRECISION=9) SINGLET\n"));
+    EXPECT_THAT(r.out, HasSubstr("  charge: 0\n"));
+    EXPECT_THAT(r.out, HasSubstr("  atoms: 9 (C 2, H 6, O 1)\n"));
+
+    ToolRun json = run(dir, {"show", "--json", "-", dir.path() + "/e.mop"}, "PM7\nt\nc\nO 0 0 0\nbad\n\nend\n");
+    EXPECT_EQ(json.status, 0) << json.err;
+    std::istringstream lines(json.out);
+    std::string line;
+    std::vector<nlohmann::json> objects;
+    while (std::getline(lines, line)) objects.push_back(nlohmann::json::parse(line));
+    ASSERT_EQ(objects.size(), 2u);
+    EXPECT_EQ(objects[0]["raw_records"], nlohmann::json::array({"bad"}));
+    EXPECT_EQ(objects[0]["trailing_lines"], nlohmann::json::array({"", "end"}));
+    EXPECT_EQ(objects[1]["atoms_by_element"]["H"], 6);
+}
+
+TEST(mopac_input_tool, edit_writes_to_standard_output_or_a_file) {
+    TempDir dir;
+    const std::string path = dir.write("e.mop", example);
+    ToolRun r = run(dir, {"edit", path, "--method", "PM6-D3H4", "--multiplicity", "3", "--charge", "-1"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_THAT(r.out, ::testing::StartsWith("PM6-D3H4 AUX(PRECISION=9) CHARGE=-1 UHF MS=1\nEthanol\n"));
+    EXPECT_EQ(read_text_file(path), example);
+
+    ToolRun to_file = run(dir, {"edit", path, "--no-aux", "--set", "GNORM=0.1", "--add", "XYZ", "-o",
+                            dir.path() + "/out.mop", "--width", "12"});
+    EXPECT_EQ(to_file.status, 0) << to_file.err;
+    auto parsed = vesk::input::mopac::parse_file(dir.path() + "/out.mop");
+    EXPECT_EQ(parsed.input.keyword_lines,
+              (std::vector<std::string>{"PM7 +", "CHARGE=0 +", "SINGLET +", "GNORM=0.1 +", "XYZ"}));
+}
+
+TEST(mopac_input_tool, in_place_batch_leaves_a_malformed_file_untouched) {
+    TempDir dir;
+    const std::string a = dir.write("a.mop", example);
+    const std::string bad = dir.write("bad.mop", "PM7 +\n");
+    const std::string b = dir.write("b.mop", "PM6\nt\nc\nO 0 0 0\n");
+    ToolRun r = run(dir, {"edit", "--in-place", "--method", "AM1", a, bad, b});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err, "mopac-input: " + bad + ": MOPAC keyword continuation '+' has no following keyword line\n");
+    EXPECT_EQ(read_text_file(bad), "PM7 +\n");
+    EXPECT_THAT(read_text_file(a), ::testing::StartsWith("AM1 CHARGE=0 AUX(PRECISION=9) SINGLET\n"));
+    EXPECT_EQ(read_text_file(b), "AM1\nt\nc\nO 0 0 0\n");
+}
+
+TEST(mopac_input_tool, refusals_leave_the_file_and_name_the_reason) {
+    TempDir dir;
+    const std::string path = dir.write("e.mop", example);
+    ToolRun zero = run(dir, {"edit", "--in-place", path, "--method", "PM7", "--multiplicity", "0"});
+    EXPECT_EQ(zero.status, 1);
+    EXPECT_EQ(zero.err, "mopac-input: " + path + ": MOPAC multiplicity must be positive\n");
+    ToolRun aux = run(dir, {"edit", "--in-place", path, "--aux", "19"});
+    EXPECT_EQ(aux.err, "mopac-input: " + path + ": MOPAC AUX precision must be between 0 and 18\n");
+    EXPECT_EQ(read_text_file(path), example);
+    EXPECT_EQ(run(dir, {"edit", path, "--frobnicate"}).status, 2);
+    EXPECT_EQ(run(dir, {"edit", path, path}).status, 2);  // several files need --in-place
+}
+
+TEST(mopac_input_tool, new_then_xyz_gives_back_the_geometry) {
+    TempDir dir;
+    const std::string xyz = "3\nwater\nO 0 0 0\nH 0.9572 0 0\nH -0.2399872 0.9266272 0\n";
+    ToolRun created = run(dir, {"new", "--xyz", "-", "--method", "PM7", "--keyword", "PRECISE", "-o",
+                            dir.path() + "/w.mop"}, xyz);
+    EXPECT_EQ(created.status, 0) << created.err;
+    EXPECT_EQ(read_text_file(dir.path() + "/w.mop"),
+              "PM7 PRECISE\nwater\n\nO 0 1 0 1 0 1\nH 0.9572 1 0 1 0 1\nH -0.2399872 1 0.9266272 1 0 1\n");
+    ToolRun back = run(dir, {"xyz", dir.path() + "/w.mop"});
+    EXPECT_EQ(back.status, 0) << back.err;
+    EXPECT_EQ(back.out, xyz);
+
+    ToolRun fixed = run(dir, {"new", "--xyz", "-", "--fixed", "--title", "T"}, xyz);
+    EXPECT_THAT(fixed.out, HasSubstr("\nT\n\nO 0 0 0 0 0 0\n"));
+
+    ToolRun bad = run(dir, {"new", "--xyz", dir.write("bad.xyz", "2\nc\nO 0 0 0\nH x 0 0\n")});
+    EXPECT_EQ(bad.status, 1);
+    EXPECT_THAT(bad.err, HasSubstr("bad.xyz: line 4: expected an element and three coordinates"));
+}
+
+TEST(mopac_input_tool, check_finds_what_mopac_reads_otherwise_in_real_files) {
+    TempDir dir;
+    const std::string corpus = VESK_CORPUS_DIR;
+    const std::string star = corpus +
+        "/openmopac-mopac/data/PM6-ORG/metals_optimization/Normal_metal_compounds/magnesium_di-hydrosulfide.mop";
+    const std::string ampersand = corpus + "/wkpark-mopac/test/test03.inp";
+    const std::string cr_only =
+        corpus + "/openmopac-mopac-archive/manuals/MOPAC2002_manual/mopac_examples/proteins/pdb9pap.mop";
+    const std::string clean = corpus + "/cclib/data/MOPAC/h2o.mop";
+
+    EXPECT_THAT(run(dir, {"check", star}).out, HasSubstr(star + ":1: star-comment: "));
+    EXPECT_THAT(run(dir, {"check", ampersand}).out, HasSubstr(ampersand + ":1: ampersand: "));
+    EXPECT_THAT(run(dir, {"check", cr_only}).out, HasSubstr(cr_only + ":1: cr-line-ends: "));
+    ToolRun none = run(dir, {"check", clean});
+    EXPECT_EQ(none.status, 0);
+    EXPECT_EQ(none.out, clean + ": no findings\n");
+
+    ToolRun json = run(dir, {"check", "--json", ampersand});
+    EXPECT_EQ(json.status, 1);
+    auto report = nlohmann::json::parse(json.out);
+    EXPECT_EQ(report["findings"][0]["code"], "ampersand");
+    EXPECT_EQ(report["findings"][0]["blocks_edit"], true);
+
+    // edit refuses such a file unless forced
+    const std::string copy = dir.write("amp.inp", read_text_file(ampersand));
+    ToolRun refused = run(dir, {"edit", "--in-place", copy, "--method", "PM7"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.err, HasSubstr("not edited: line 1 holds '&'"));
+    EXPECT_EQ(read_text_file(copy), read_text_file(ampersand));
+    EXPECT_EQ(run(dir, {"edit", "--in-place", "--force", copy, "--method", "PM7"}).status, 0);
+}
+
+}  // namespace
