@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <iostream>
 #include <iterator>
 #include <map>
@@ -52,9 +53,11 @@ private:
     bool shown_;
 };
 
-}  // namespace
-
-int run_show(const std::vector<std::string>& files, bool json) {
+// Reads and parses each file in turn with a progress line, reporting files
+// that cannot be read or parsed; `use(path, text, result)` sees every file
+// that was read and answers its own status. Answers 1 when anything failed.
+template <typename Use>
+int for_each_file(const std::vector<std::string>& files, Use&& use) {
     int status = 0;
     Progress progress(files.size());
     for (const auto& path : files) {
@@ -69,14 +72,23 @@ int run_show(const std::vector<std::string>& files, bool json) {
             report(path, result.error);
             status = 1;
         }
+        status |= use(path, text, result);
+    }
+    return status;
+}
+
+}  // namespace
+
+int run_show(const std::vector<std::string>& files, bool json) {
+    return for_each_file(files, [json](const std::string& path, const std::string&, const ParseResult& result) {
         Json file = describe(path, result);
         if (json) {
             print_json(file);
         } else {
             print_description(file);
         }
-    }
-    return status;
+        return 0;
+    });
 }
 
 int run_edit(const std::vector<std::string>& files, const EditOptions& edits, const OutputOptions& output) {
@@ -88,32 +100,13 @@ int run_edit(const std::vector<std::string>& files, const EditOptions& edits, co
         std::cerr << "mopac-input: edit: --in-place cannot write to standard input\n";
         return 2;
     }
-    int status = 0;
-    Progress progress(files.size());
-    for (const auto& path : files) {
-        progress.step(path);
-        std::string text;
-        if (!read_source(path, text)) {
-            status = 1;
-            continue;
-        }
-        ParseResult result = input::mopac::parse_string(text);
-        if (!result.ok) {
-            report(path, result.error);
-            status = 1;
-            continue;
-        }
-        bool refused = false;
+    return for_each_file(files, [&](const std::string& path, const std::string& text, ParseResult& result) {
+        if (!result.ok) return 1;  // reported already; the file stays as it is
         for (const Finding& finding : check_input(text, result)) {
             if (finding.blocks_edit && !output.force) {
                 report(path, "not edited: " + finding.message + " (use --force to edit anyway)");
-                refused = true;
-                break;
+                return 1;
             }
-        }
-        if (refused) {
-            status = 1;
-            continue;
         }
         try {
             InputEditor editor(std::move(result.input));
@@ -127,10 +120,10 @@ int run_edit(const std::vector<std::string>& files, const EditOptions& edits, co
             }
         } catch (const std::exception& error) {  // a refused argument or a failed write
             report(path, error.what());
-            status = 1;
+            return 1;
         }
-    }
-    return status;
+        return 0;
+    });
 }
 
 int run_new(const std::string& xyz_file, const EditOptions& edits, bool fixed, const std::string& output) {
@@ -171,22 +164,8 @@ int run_xyz(const std::string& file, const std::string& output) {
 }
 
 int run_check(const std::vector<std::string>& files, bool json) {
-    int status = 0;
-    Progress progress(files.size());
-    for (const auto& path : files) {
-        progress.step(path);
-        std::string text;
-        if (!read_source(path, text)) {
-            status = 1;
-            continue;
-        }
-        ParseResult result = input::mopac::parse_string(text);
-        if (!result.ok) {
-            report(path, result.error);
-            status = 1;
-        }
+    return for_each_file(files, [json](const std::string& path, const std::string& text, const ParseResult& result) {
         const std::vector<Finding> findings = check_input(text, result);
-        if (!findings.empty()) status = 1;
         if (json) {
             Json list = Json::array();
             for (const auto& f : findings) {
@@ -197,14 +176,14 @@ int run_check(const std::vector<std::string>& files, bool json) {
                         {"ok", result.ok},
                         {"error", result.ok ? Json() : Json(result.error)},
                         {"findings", list}});
-            continue;
+        } else {
+            if (findings.empty() && result.ok) std::cout << path << ": no findings\n";
+            for (const auto& f : findings) {
+                std::cout << path << ':' << f.line << ": " << f.code << ": " << f.message << '\n';
+            }
         }
-        if (findings.empty() && result.ok) std::cout << path << ": no findings\n";
-        for (const auto& f : findings) {
-            std::cout << path << ':' << f.line << ": " << f.code << ": " << f.message << '\n';
-        }
-    }
-    return status;
+        return findings.empty() ? 0 : 1;
+    });
 }
 
 namespace {
