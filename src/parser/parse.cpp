@@ -1,5 +1,6 @@
 // The parse driver: keyword block, title, comment, then the coordinate section.
 #include <exception>
+#include <stdexcept>
 #include <string>
 
 #include "document/keyword_scan.hpp"
@@ -13,6 +14,11 @@ namespace vesk::input::mopac {
 ParseResult::~ParseResult() = default;
 
 ParseResult parse_string(std::string_view text) {
+    // No defect of the text throws; a view that points nowhere is the
+    // caller's error, refused as constructing a std::string from it would be.
+    if (text.data() == nullptr && !text.empty()) {
+        throw std::logic_error("MOPAC input text is a null pointer with a non-zero length");
+    }
     ParseResult result;
     MopacInput& input = result.input;
     detail::LineCursor lines(text);

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -131,6 +132,11 @@ TEST(parse_string, keeps_trailing_section_and_its_empty_lines) {
     ParseResult plain = parse_string("PM7\nt\nc\nO 0 0 0\n");
     EXPECT_THAT(plain.input.trailing_lines, IsEmpty());
     EXPECT_EQ(plain.input.to_string(), "PM7\nt\nc\nO 0 0 0\n");
+}
+
+TEST(parse_string, refuses_a_null_view_with_a_length_but_reads_an_empty_one) {
+    EXPECT_THROW(parse_string(std::string_view(nullptr, 5)), std::logic_error);
+    EXPECT_EQ(parse_string(std::string_view()).error, "MOPAC input is empty");
 }
 
 TEST(parse_file, reports_read_failures_with_the_reason) {
