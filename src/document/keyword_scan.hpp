@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <string_view>
 
-#include "document/text.hpp"
+#include "document/byte_classes.hpp"
 
 namespace vesk::input::mopac::detail {
 
@@ -28,7 +28,7 @@ void for_each_keyword_token(std::string_view line, OnToken&& on_token) {
             ++depth;
         } else if (c == ')' && depth > 0) {
             --depth;
-        } else if (depth == 0 && is_space(static_cast<unsigned char>(c))) {
+        } else if (depth == 0 && is_c_space(static_cast<unsigned char>(c))) {
             if (in_token) on_token(line.substr(start, i - start));
             in_token = false;
             continue;
@@ -51,8 +51,8 @@ constexpr bool is_continuation_mark(std::string_view token) noexcept {
 constexpr std::string_view trim_space(std::string_view text) noexcept {
     std::size_t first = 0;
     std::size_t last = text.size();
-    while (first < last && is_space(static_cast<unsigned char>(text[first]))) ++first;
-    while (last > first && is_space(static_cast<unsigned char>(text[last - 1]))) --last;
+    while (first < last && is_c_space(static_cast<unsigned char>(text[first]))) ++first;
+    while (last > first && is_c_space(static_cast<unsigned char>(text[last - 1]))) --last;
     return text.substr(first, last - first);
 }
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "document/keyword_scan.hpp"
-#include "document/text.hpp"
+#include "document/byte_classes.hpp"
 #include "vesk/input/mopac/document.hpp"
 
 namespace vesk::input::mopac {

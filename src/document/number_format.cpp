@@ -2,7 +2,7 @@
 #include <charconv>
 #include <string>
 
-#include "document/text.hpp"
+#include "document/number_format.hpp"
 
 namespace vesk::input::mopac::detail {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "document/keyword_scan.hpp"
-#include "document/text.hpp"
+#include "document/number_format.hpp"
 #include "editing/keyword_layout.hpp"
 #include "vesk/input/mopac/editor.hpp"
 

@@ -6,10 +6,9 @@
 #include <string_view>
 #include <vector>
 
-namespace vesk::input::mopac::detail {
+#include "document/byte_classes.hpp"
 
-/// Space, tab, CR and LF; unlike the tokeniser's whitespace, not \v or \f.
-constexpr bool is_blank(char c) noexcept { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+namespace vesk::input::mopac::detail {
 
 /// `text` without blanks at either end; inner blanks stay. " \tPM7 \r\n" -> "PM7".
 constexpr std::string_view trim_blanks(std::string_view text) noexcept {

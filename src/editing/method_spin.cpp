@@ -1,4 +1,4 @@
-// Method selection and spin state: the two edits driven by constant name sets.
+// Method selection and spin state: the two edits driven by the constant name tables.
 #include <algorithm>
 #include <cstddef>
 #include <stdexcept>
@@ -7,47 +7,26 @@
 #include <utility>
 #include <vector>
 
+#include "document/byte_classes.hpp"
 #include "document/keyword_scan.hpp"
-#include "document/text.hpp"
+#include "document/number_format.hpp"
 #include "editing/keyword_layout.hpp"
-#include "editing/keyword_sets.hpp"
 #include "vesk/input/mopac/editor.hpp"
 
 namespace vesk::input::mopac {
 namespace {
 
-bool name_in(const detail::KeywordSet& names, std::string_view token) noexcept;
-bool is_spin_token(const detail::KeywordSet& spin_names, std::string_view token) noexcept;
+bool is_method_token(std::string_view token) noexcept;
+bool is_spin_token(std::string_view token) noexcept;
 [[noreturn]] void fail_multiplicity();
 
 }  // namespace
-
-namespace detail {
-
-// Function-local statics: the language builds each once, makes concurrent
-// first callers wait, and retries the construction after an exception.
-const KeywordSet& method_keywords() {
-    static const KeywordSet names{"AM1",     "INDO",     "MINDO3",   "MNDO",      "MNDOD",   "MNDO-D",
-                                  "PM3",     "PM6",      "PM6-D3",   "PM6-DH+",   "PM6-DH2", "PM6-DH2X",
-                                  "PM6-D3H4", "PM6-D3H4X", "PM6-ORG", "PM7",       "PM7-TS",  "RM1"};
-    return names;
-}
-
-const KeywordSet& spin_keywords() {
-    static const KeywordSet names{"SINGLET", "DOUBLET", "TRIPLET", "QUARTET", "QUINTET",
-                                  "SEXTET",  "SEPTET",  "OCTET",   "NONET",   "MS"};
-    return names;
-}
-
-}  // namespace detail
 
 // The new name is not looked up: "XYZ" is written as readily as "PM7", but a
 // later set_method leaves it in place because it is no known method.
 void InputEditor::set_method(std::string method, unsigned long long max_line_width) {
     std::vector<std::string> tokens = document.keyword_tokens();
-    const detail::KeywordSet& methods = detail::method_keywords();
-    tokens.erase(std::remove_if(tokens.begin(), tokens.end(),
-                                [&methods](const std::string& token) { return name_in(methods, token); }),
+    tokens.erase(std::remove_if(tokens.begin(), tokens.end(), [](const std::string& t) { return is_method_token(t); }),
                  tokens.end());
     detail::trim_blanks_in_place(method);
     if (!method.empty()) tokens.insert(tokens.begin(), std::move(method));
@@ -58,9 +37,7 @@ void InputEditor::set_method(std::string method, unsigned long long max_line_wid
 void InputEditor::set_multiplicity(unsigned int multiplicity, unsigned long long max_line_width) {
     if (multiplicity == 0) fail_multiplicity();
     std::vector<std::string> tokens = document.keyword_tokens();
-    const detail::KeywordSet& spin_names = detail::spin_keywords();
-    tokens.erase(std::remove_if(tokens.begin(), tokens.end(),
-                                [&spin_names](const std::string& token) { return is_spin_token(spin_names, token); }),
+    tokens.erase(std::remove_if(tokens.begin(), tokens.end(), [](const std::string& t) { return is_spin_token(t); }),
                  tokens.end());
     if (multiplicity != 1) tokens.emplace_back("UHF");
     // A whole or half number up to 2147483647: "%.12g" writes it exactly, without exponent.
@@ -72,18 +49,23 @@ void InputEditor::set_multiplicity(unsigned int multiplicity, unsigned long long
 
 namespace {
 
-// No entry is longer than 16 bytes, so a longer name cannot match and a
-// shorter one is upper-cased on the stack instead of in a new string.
-bool name_in(const detail::KeywordSet& names, std::string_view token) noexcept {
+// No table entry is longer than 16 bytes, so a longer name cannot match and
+// a shorter one is upper-cased on the stack instead of in a new string.
+template <typename IsName>
+bool name_is(std::string_view token, IsName&& is_name) noexcept {
     const std::string_view part = detail::keyword_name_part(token);
     char name[16];
     if (part.size() > sizeof name) return false;
     for (std::size_t i = 0; i < part.size(); ++i) name[i] = detail::to_upper(part[i]);
-    return names.find(std::string_view(name, part.size())) != names.end();
+    return is_name(std::string_view(name, part.size())) != 0;
 }
 
-bool is_spin_token(const detail::KeywordSet& spin_names, std::string_view token) noexcept {
-    return detail::keyword_name_equals(token, "UHF") || name_in(spin_names, token);
+bool is_method_token(std::string_view token) noexcept { return name_is(token, is_method_keyword); }
+
+// The nine spin-state names, MS and UHF.
+bool is_spin_token(std::string_view token) noexcept {
+    return detail::keyword_name_equals(token, "UHF") || detail::keyword_name_equals(token, "MS") ||
+           name_is(token, spin_state_multiplicity);
 }
 
 [[noreturn]] void fail_multiplicity() { throw std::invalid_argument("MOPAC multiplicity must be positive"); }

@@ -1,8 +1,8 @@
 // Recognition of the lines behind the comment line: atoms, translation vectors, raw text.
-#include <cstring>
 #include <string>
 
-#include "document/text.hpp"
+#include "document/byte_classes.hpp"
+#include "parser/coordinates.hpp"
 #include "parser/number_parse.hpp"
 #include "parser/reader.hpp"
 
@@ -16,40 +16,6 @@ std::size_t count_coordinate_lines(LineCursor lines) noexcept;
 bool is_translation_label(std::string_view label) noexcept;
 
 }  // namespace
-
-std::string_view LineCursor::next() noexcept {
-    std::string_view line;
-    if (pos_ < text_.size()) {
-        const char* begin = text_.data() + pos_;
-        std::size_t rest = text_.size() - pos_;
-        const void* lf = std::memchr(begin, '\n', rest);
-        std::size_t length = lf ? static_cast<std::size_t>(static_cast<const char*>(lf) - begin) : rest;
-        line = std::string_view(begin, length);
-        pos_ += length + (lf ? 1 : 0);
-        // "x\n\n" and "\n" end in one empty line more than their LFs separate.
-        if (lf && pos_ == text_.size() && (text_.size() == 1 || text_[text_.size() - 2] == '\n')) {
-            extra_empty_line_ = true;
-        }
-        if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-    } else {
-        extra_empty_line_ = false;
-    }
-    return line;
-}
-
-std::vector<std::string> split_lines(std::string_view text) {
-    std::vector<std::string> lines;
-    LineCursor cursor(text);
-    while (cursor.has_next()) lines.emplace_back(cursor.next());
-    return lines;
-}
-
-bool is_blank_line(std::string_view line) noexcept {
-    for (char c : line) {
-        if (c != ' ' && c != '\t' && c != '\r' && c != '\n') return false;
-    }
-    return true;
-}
 
 std::uint64_t read_coordinate_section(LineCursor& lines, MopacInput& document) {
     // Reserve the records exactly: a second, cheap pass instead of a vector
@@ -101,10 +67,10 @@ std::size_t split_tokens(std::string_view line, std::string_view (&tokens)[max_t
     std::size_t i = 0;
     const std::size_t n = line.size();
     while (count < max_tokens) {
-        while (i < n && is_space(static_cast<unsigned char>(line[i]))) ++i;
+        while (i < n && is_c_space(static_cast<unsigned char>(line[i]))) ++i;
         if (i == n) break;
         std::size_t start = i;
-        while (i < n && !is_space(static_cast<unsigned char>(line[i]))) ++i;
+        while (i < n && !is_c_space(static_cast<unsigned char>(line[i]))) ++i;
         tokens[count++] = line.substr(start, i - start);
     }
     return count;

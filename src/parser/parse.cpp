@@ -4,7 +4,8 @@
 #include <string>
 
 #include "document/keyword_scan.hpp"
-#include "document/text.hpp"
+#include "document/number_format.hpp"
+#include "parser/coordinates.hpp"
 #include "parser/reader.hpp"
 #include "vesk/core/fs.hpp"
 #include "vesk/input/mopac/parser.hpp"

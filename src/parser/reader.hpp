@@ -1,13 +1,11 @@
-// The parser's internal steps: line splitting and the coordinate section.
+// The parser's line cutting: LF-separated lines as views into the text.
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "vesk/input/mopac/document.hpp"
 
 namespace vesk::input::mopac::detail {
 
@@ -34,18 +32,5 @@ private:
 
 /// All lines of `text` as LineCursor delivers them.
 std::vector<std::string> split_lines(std::string_view text);
-
-/// Whether a line holds only blanks, tabs, CR and LF (an empty line does).
-bool is_blank_line(std::string_view line) noexcept;
-
-/// Reads the lines behind the comment line into `document`: records up to the
-/// first blank line, that line and all behind it into trailing_lines.
-/// Returns the number of Raw records made.
-std::uint64_t read_coordinate_section(LineCursor& lines, MopacInput& document);
-
-/// Fills `record` from the tokens of one line: 4 tokens (element x y z) or
-/// 7 (element x fx y fy z fz). False when the line is no such record; the
-/// record then holds what was read before the failure.
-bool parse_coordinate_tokens(const std::string_view* tokens, std::size_t count, CoordinateRecord& record);
 
 }  // namespace vesk::input::mopac::detail

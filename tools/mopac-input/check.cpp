@@ -4,7 +4,6 @@
 #include <charconv>
 #include <cmath>
 #include <system_error>
-#include <map>
 #include <set>
 #include <string>
 
@@ -19,16 +18,6 @@ void check_head(const MopacInput& input, std::vector<Finding>& out);
 void check_methods_and_spin(const MopacInput& input, std::vector<Finding>& out);
 void check_records(const MopacInput& input, std::vector<Finding>& out);
 std::vector<std::string_view> words(std::string_view line);
-
-// The method keywords that MOPAC knows; two of them in one job conflict.
-const std::set<std::string, std::less<>> method_names = {
-    "AM1",     "INDO",     "MINDO3",   "MNDO",      "MNDOD",   "MNDO-D", "PM3",    "PM6",   "PM6-D3",
-    "PM6-DH+", "PM6-DH2",  "PM6-DH2X", "PM6-D3H4",  "PM6-D3H4X", "PM6-ORG", "PM7", "PM7-TS", "RM1"};
-
-// Spin-state names and the multiplicity each states.
-const std::map<std::string, int, std::less<>> spin_names = {
-    {"SINGLET", 1}, {"DOUBLET", 2}, {"TRIPLET", 3}, {"QUARTET", 4}, {"QUINTET", 5},
-    {"SEXTET", 6},  {"SEPTET", 7},  {"OCTET", 8},   {"NONET", 9}};
 
 }  // namespace
 
@@ -96,8 +85,8 @@ void check_methods_and_spin(const MopacInput& input, std::vector<Finding>& out) 
     std::set<double> multiplicities;
     for (const std::string& token : input.keyword_tokens()) {
         const std::string name = input::mopac::normalize_keyword_name(token);
-        if (method_names.count(name) != 0) methods.push_back(name);
-        if (auto spin = spin_names.find(name); spin != spin_names.end()) multiplicities.insert(spin->second);
+        if (input::mopac::is_method_keyword(name)) methods.push_back(name);
+        if (unsigned int m = input::mopac::spin_state_multiplicity(name); m != 0) multiplicities.insert(m);
         if (name == "MS") {
             const std::size_t equals = token.find('=');
             if (equals == std::string::npos) continue;

@@ -73,4 +73,12 @@ VESK_MOPAC_API std::string format_coordinate(const CoordinateRecord& record);
 /// '(', trimmed again and upper-cased. "aux(precision=9)" -> "AUX".
 VESK_MOPAC_API std::string normalize_keyword_name(std::string_view text);
 
+/// Whether `name`, a name as normalize_keyword_name gives it, is one of the
+/// 18 methods that InputEditor::set_method replaces: "AM1", "PM6-DH+", "PM7", ...
+VESK_MOPAC_API bool is_method_keyword(std::string_view name) noexcept;
+
+/// The multiplicity that a spin-state name states: "SINGLET" 1, "DOUBLET" 2,
+/// ... "NONET" 9; 0 for every other name, "MS" included.
+VESK_MOPAC_API unsigned int spin_state_multiplicity(std::string_view name) noexcept;
+
 }  // namespace vesk::input::mopac

@@ -1,10 +1,10 @@
-// Rendering of a MopacInput: coordinate lines, the whole text, the file, the atom list.
+// Rendering of a MopacInput: coordinate lines, the whole text, the file.
 #include <charconv>
 #include <cstring>
 #include <stdexcept>
 #include <string>
 
-#include "document/text.hpp"
+#include "document/number_format.hpp"
 #include "vesk/core/fs.hpp"
 #include "vesk/input/mopac/document.hpp"
 
@@ -67,16 +67,6 @@ void MopacInput::write_file(const std::string& path) const {
         written = vesk::core::fs::write_text_file_atomic(path, text);
     }  // the text is released before a failure is reported
     if (!written) fail_write(path);
-}
-
-vesk::core::Geometry MopacInput::cartesian_geometry() const {
-    vesk::core::Geometry geometry;
-    for (const auto& record : coordinates) {
-        if (record.kind == CoordinateKind::Atom) {
-            geometry.atoms.emplace_back(record.element, record.x, record.y, record.z);
-        }
-    }
-    return geometry;
 }
 
 namespace {
