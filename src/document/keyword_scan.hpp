@@ -72,4 +72,15 @@ constexpr bool keyword_name_equals(std::string_view token, std::string_view name
     return true;
 }
 
+/// The value of a token: what follows its first '=', else what lies between
+/// its first '(' and a final ')'. "CHARGE=1" -> "1", "Z(5)" -> "5",
+/// "AUX(PRECISION=9,XP)" -> "9,XP)" (an '=' anywhere wins), "Y(5)x" and "W(5" -> "".
+constexpr std::string_view keyword_value_part(std::string_view token) noexcept {
+    const std::size_t equals = token.find('=');
+    if (equals != std::string_view::npos) return token.substr(equals + 1);
+    const std::size_t open = token.find('(');
+    if (open != std::string_view::npos && !token.empty() && token.back() == ')') return token.substr(open + 1, token.size() - open - 2);
+    return {};
+}
+
 }  // namespace vesk::input::mopac::detail

@@ -14,7 +14,6 @@ namespace {
 
 std::optional<std::string_view> first_token_named(const std::vector<std::string>& lines,
                                                   std::string_view name);
-std::string_view value_of(std::string_view token) noexcept;
 
 }  // namespace
 
@@ -50,7 +49,7 @@ bool MopacInput::has_keyword(std::string_view name) const {
 std::optional<std::string> MopacInput::keyword_value(std::string_view name) const {
     const auto token = first_token_named(keyword_lines, normalize_keyword_name(name));
     if (!token) return std::nullopt;
-    return std::string(value_of(*token));
+    return std::string(detail::keyword_value_part(*token));
 }
 
 namespace {
@@ -70,16 +69,6 @@ std::optional<std::string_view> first_token_named(const std::vector<std::string>
         if (found) break;
     }
     return found;
-}
-
-// "CHARGE=1" -> "1", "Z(5)" -> "5", "AUX(PRECISION=9,XP)" -> "9,XP)" (an '='
-// anywhere wins over the parentheses), "Y(5)x" and "W(5" -> "".
-std::string_view value_of(std::string_view token) noexcept {
-    const std::size_t equals = token.find('=');
-    if (equals != std::string_view::npos) return token.substr(equals + 1);
-    const std::size_t open = token.find('(');
-    if (open != std::string_view::npos && token.back() == ')') return token.substr(open + 1, token.size() - open - 2);
-    return {};
 }
 
 }  // namespace

@@ -14,6 +14,7 @@ namespace {
 
 bool is_digit(char c) noexcept;
 bool is_hex_digit(char c) noexcept;
+long read_exponent(const char* first, const char* last) noexcept;
 bool starts_hex_prefix(const char* first, const char* last) noexcept;
 bool is_subnormal(double magnitude) noexcept;
 bool decimal_equals(const char* first, const char* last, double magnitude) noexcept;
@@ -75,6 +76,59 @@ bool parse_int_token(std::string_view token, int& value) noexcept {
     if (result.ec != std::errc()) return false;  // no digits, or outside 32 bits
     value = parsed;
     return result.ptr == last;
+}
+
+bool read_number_in_line(std::string_view text, std::size_t from, double& value, std::size_t& end) noexcept {
+    value = 0.0;
+    const std::size_t n = text.size();
+    for (std::size_t start = from; start < n; ++start) {
+        std::size_t i = start;
+        if (text[i] == '+' || text[i] == '-') ++i;
+        const std::size_t integer_begin = i;
+        while (i < n && is_digit(text[i])) ++i;
+        bool digits = i > integer_begin;
+        if (i < n && text[i] == '.') {
+            const std::size_t fraction_begin = ++i;
+            while (i < n && is_digit(text[i])) ++i;
+            digits = digits || i > fraction_begin;
+        }
+        if (!digits) continue;  // no number starts here: look further on
+        std::size_t mantissa_end = i;
+        if (i < n && (text[i] == 'E' || text[i] == 'e' || text[i] == 'D' || text[i] == 'd')) {
+            std::size_t k = i + 1;
+            if (k < n && (text[k] == '+' || text[k] == '-')) ++k;
+            const std::size_t exponent_begin = k;
+            while (k < n && is_digit(text[k])) ++k;
+            if (k > exponent_begin) i = k;
+        }
+        end = i;
+        // std::from_chars reads neither a leading '+' nor a 'D' exponent.
+        std::string_view number = text.substr(start, i - start);
+        std::size_t mark = mantissa_end - start;
+        if (number[0] == '+') {
+            number.remove_prefix(1);
+            --mark;
+        }
+        const bool fortran_exponent = mark < number.size() && (number[mark] == 'D' || number[mark] == 'd');
+        char buffer[64];
+        const char* first = number.data();
+        if (fortran_exponent && number.size() <= sizeof buffer) {
+            std::memcpy(buffer, number.data(), number.size());
+            buffer[mark] = 'e';
+            first = buffer;
+        } else if (fortran_exponent) {
+            number = number.substr(0, mark);  // a mantissa of dozens of digits: its exponent is dropped
+        }
+        const auto result = std::from_chars(first, first + number.size(), value, std::chars_format::general);
+        if (result.ec == std::errc::result_out_of_range) {
+            const bool negative = number[0] == '-';
+            const bool huge = mark >= number.size() || read_exponent(first + mark + 1, first + number.size()) > 0;
+            value = huge ? (negative ? -HUGE_VAL : HUGE_VAL) : (negative ? -0.0 : 0.0);
+        }
+        return true;
+    }
+    end = n;
+    return false;
 }
 
 namespace {

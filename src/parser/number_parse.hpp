@@ -28,4 +28,15 @@ bool parse_double_token(std::string_view token, double& value) noexcept;
 /// Converts a whole token to a signed 32-bit integer, base 10.
 bool parse_int_token(std::string_view token, int& value) noexcept;
 
+/// MOPAC's own reading of a number inside a line: the first number that
+/// starts at or after `from`, in the grammar
+///
+///   [+-] digits [. [digits]] [(E|e|D|d) [+-] digits]   or   [+-] . digits [exponent]
+///
+/// Whatever stands before it is skipped, and whatever follows it ends it:
+/// "C13" from 0 gives 13, "1.0-2.0" gives 1, "1.5D-3x" gives 0.0015. Sets
+/// `end` behind the number. False, with `value` 0, when no number follows.
+/// Overflow gives an infinity, underflow 0, as accumulating digits would.
+bool read_number_in_line(std::string_view text, std::size_t from, double& value, std::size_t& end) noexcept;
+
 }  // namespace vesk::input::mopac::detail

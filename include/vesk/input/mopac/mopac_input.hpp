@@ -6,4 +6,5 @@
 #include "vesk/input/mopac/document.hpp"
 #include "vesk/input/mopac/editor.hpp"
 #include "vesk/input/mopac/export.hpp"
+#include "vesk/input/mopac/job.hpp"
 #include "vesk/input/mopac/parser.hpp"

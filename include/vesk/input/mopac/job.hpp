@@ -1,0 +1,212 @@
+// A MOPAC input read as MOPAC itself reads it: lines, jobs, keywords, atoms,
+// Cartesian positions and line-numbered diagnostics.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "vesk/core/geometry.hpp"
+#include "vesk/input/mopac/export.hpp"
+
+namespace vesk::input::mopac {
+
+/// How a line of the file ended.
+enum class LineEnd : std::uint8_t {
+    none,  ///< the last line of a text that ends without a line end
+    lf,    ///< "\n"
+    crlf,  ///< "\r\n"
+    cr,    ///< a lone "\r", as in classic-Mac files
+};
+
+/// What MOPAC makes of a line.
+enum class LineRole : std::uint8_t {
+    comment,       ///< starts with '*': MOPAC drops it wherever it stands
+    skipped,       ///< before the geometry marker of an .arc file, or a pointer file's body
+    keywords,      ///< a keyword line
+    title,         ///< the first description line
+    description,   ///< the second description line
+    geometry,      ///< an atom, dummy atom or translation vector (or a PDB record)
+    geometry_end,  ///< the line that ends the geometry: blank, atomic number 0 or " NEXT"
+    symmetry,      ///< symmetry data (SYMMETRY)
+    variables,     ///< values of the symbols of a Gaussian Z-matrix
+    data,          ///< data a keyword asks for: reaction path points (a flag of -1), SETPI pairs, microstates
+    unread,        ///< inline geometry that MOPAC does not read (GEO_DAT=, ...)
+    lost,          ///< behind an over-long line up to the next line feed: MOPAC never sees it
+    trailing,      ///< blank lines between and behind the jobs
+};
+
+/// One line of the file, in file order; its number is its index + 1.
+struct JobLine {
+    std::size_t offset = 0;  ///< of its first byte in MopacJob::text()
+    std::size_t length = 0;  ///< in bytes, without the line end
+    LineEnd end = LineEnd::none;
+    LineRole role = LineRole::trailing;
+    std::uint32_t job = 0;  ///< index of the job in MopacJob::jobs() the line belongs to
+};
+
+/// How sure a diagnostic is that the run goes wrong.
+enum class Severity : std::uint8_t {
+    warning,  ///< MOPAC reads the text, but probably not as its author meant
+    error,    ///< MOPAC stops on it
+};
+
+/// One finding, tied to a place in the file.
+struct Diagnostic {
+    Severity severity = Severity::warning;
+    std::string code;        ///< stable and short, for scripts: "unknown-element"
+    std::size_t line = 0;    ///< 1-based line number; 0 for the whole file
+    std::size_t column = 0;  ///< 1-based byte column in that line; 0 for the whole line
+    std::string message;     ///< a fixed English sentence, MOPAC's own words where MOPAC stops
+    std::string suggestion;  ///< what to write instead, where there is something to suggest
+};
+
+/// One keyword as MOPAC sees it: upper-cased, "NAME = value" closed up to
+/// "NAME=value", GEO-DAT spelt GEO_DAT.
+struct JobKeyword {
+    std::string text;
+    std::size_t line = 0;    ///< line number of its first byte
+    std::size_t column = 0;  ///< 1-based byte column of its first byte in that line
+    std::size_t length = 0;  ///< bytes it covers in that line (one line; a "++" join may split a word)
+};
+
+/// The form of the keyword head.
+enum class HeadForm : std::uint8_t {
+    plain,        ///< one keyword line, two description lines
+    plus,         ///< " +" continues the keywords: up to three lines, two description lines
+    ampersand,    ///< '&' continues the keywords; one description line or none
+    double_plus,  ///< "++" glues the next line to the keyword line
+    setup,        ///< SETUP: more keywords come from a file, which is not read here
+};
+
+/// Where the atoms of a job come from.
+enum class GeometrySource : std::uint8_t {
+    inline_text,     ///< the lines behind the head, MOPAC's own format
+    gaussian,        ///< the lines behind the head, a Gaussian Z-matrix (AIGIN or recognised)
+    pdb,             ///< the lines behind the head, PDB records
+    geo_dat,         ///< the file named by GEO_DAT=, not read here
+    previous_job,    ///< OLDGEO: the geometry of the job before
+    data_pointer,    ///< DATA= on the first line: the whole data set is elsewhere
+    none,            ///< the text ends inside the head
+};
+
+/// A line of text of the head: the title or the description.
+struct JobText {
+    std::string text;      ///< as MOPAC keeps it: tabs expanded, at most 200 bytes
+    std::size_t line = 0;  ///< 0 when the head has no such line
+};
+
+/// Counts of what a geometry holds, by line.
+struct GeometryCounts {
+    std::size_t atoms = 0;                ///< real atoms, sparkles and capped bonds
+    std::size_t dummies = 0;              ///< XX and X... atoms, removed before the run
+    std::size_t translation_vectors = 0;  ///< Tv: 1 polymer, 2 layer, 3 solid
+    std::size_t internal = 0;             ///< lines in internal coordinates (r, angle, dihedral)
+    std::size_t cartesian = 0;            ///< lines in Cartesian coordinates
+    std::array<std::size_t, 108> by_atomic_number{};  ///< index = atomic number, 99 dummies, 107 Tv
+};
+
+/// One job of the file. Most files hold one; MOPAC runs several in turn.
+struct Job {
+    std::vector<JobKeyword> keywords;
+    HeadForm head = HeadForm::plain;
+    std::size_t first_keyword_line = 0;  ///< 1-based
+    std::size_t keyword_line_count = 0;  ///< lines MOPAC reads as keywords (comment lines between them aside)
+    JobText title;
+    JobText description;
+    GeometrySource source = GeometrySource::none;
+    std::string source_name;         ///< GEO_DAT, SETUP or DATA file name, as written
+    std::size_t geometry_begin = 0;  ///< index into MopacJob::lines() of the first geometry line
+    std::size_t geometry_end = 0;    ///< one past the last geometry line
+    bool bohr = false;               ///< lengths in Bohr: A0, or an "x y z El" line
+    GeometryCounts counts;
+
+    /// Whether a keyword has the name of `name`, compared as normalize_keyword_name does.
+    VESK_MOPAC_API bool has_keyword(std::string_view name) const;
+    /// The value of the first keyword of that name, as MopacInput::keyword_value gives it.
+    VESK_MOPAC_API std::optional<std::string> keyword_value(std::string_view name) const;
+};
+
+/// How the coordinates of an atom line are given.
+enum class CoordinateForm : std::uint8_t {
+    cartesian,  ///< x, y, z
+    internal,   ///< bond length, angle, dihedral against connectivity atoms
+};
+
+/// One geometry line as MOPAC reads it.
+struct JobAtom {
+    std::size_t line = 0;                ///< 1-based line number
+    int atomic_number = 0;               ///< 1-98 elements, 99 dummy, 100-106 sparkles, 102 Cb, 107 Tv
+    std::string symbol;                  ///< as MOPAC's table spells it: "C", "Cl", "XX", "+3", "Tv"
+    std::string label;                   ///< the text between '(' and ')', empty without
+    double isotope_mass = 0.0;           ///< 0 unless the line gives one; D and T give 2.014 and 3.016
+    CoordinateForm form = CoordinateForm::cartesian;
+    std::array<double, 3> values{};      ///< x y z, or r, angle, dihedral (degrees), as written
+    std::array<int, 3> flags{};          ///< optimisation flags as MOPAC keeps them
+    std::array<std::size_t, 3> connectivity{};  ///< na nb nc, 1-based atom numbers, 0 for none
+    std::string extra;                   ///< columns behind those MOPAC reads (charges), as written
+};
+
+/// An input file read as MOPAC reads it. Reading never throws on any bytes and
+/// keeps the text whole; a defect of the text is a Diagnostic.
+///
+///     MopacJob job = read_job(text);
+///     for (const Diagnostic& d : job.diagnostics()) std::cerr << d.line << ": " << d.message << '\n';
+///     vesk::core::Geometry atoms = job.geometry();  // Z-matrices placed as MOPAC places them
+class MopacJob {
+public:
+    MopacJob() = default;
+
+    /// The whole text, as read.
+    const std::string& text() const noexcept { return text_; }
+    /// Every line of the file with what MOPAC makes of it.
+    const std::vector<JobLine>& lines() const noexcept { return lines_; }
+    /// The text of a line (1-based number), without its line end.
+    VESK_MOPAC_API std::string_view line_text(std::size_t number) const noexcept;
+    /// The jobs of the file, in the order MOPAC runs them; empty for an empty text.
+    const std::vector<Job>& jobs() const noexcept { return jobs_; }
+    /// Everything found, in line order.
+    const std::vector<Diagnostic>& diagnostics() const noexcept { return diagnostics_; }
+    /// Whether a diagnostic is an error: MOPAC would stop.
+    VESK_MOPAC_API bool has_errors() const noexcept;
+
+    /// The geometry lines of a job as atoms, parsed afresh on each call.
+    VESK_MOPAC_API std::vector<JobAtom> atoms(std::size_t job = 0) const;
+    /// The Cartesian positions (Å) of the atoms of a job as MOPAC places them:
+    /// internal coordinates converted, symmetry data applied, dummy atoms and
+    /// translation vectors left out. Empty when the job's atoms come from
+    /// elsewhere or cannot be placed (see diagnostics()). Computed on each call.
+    VESK_MOPAC_API vesk::core::Geometry geometry(std::size_t job = 0) const;
+    /// The translation vectors of a job (Å), computed as its atoms are.
+    VESK_MOPAC_API std::vector<std::array<double, 3>> translation_vectors(std::size_t job = 0) const;
+
+private:
+    friend struct JobReader;
+    std::string text_;
+    std::vector<JobLine> lines_;
+    std::vector<Job> jobs_;
+    std::vector<Diagnostic> diagnostics_;
+};
+
+/// Options of a reading.
+struct ReadOptions {
+    /// Read the text as an .arc file: from the line behind its "FINAL GEOMETRY
+    /// OBTAINED" (or Cartesian / Z-matrix geometry) marker. read_job_file sets
+    /// it when the file name holds ".arc" in any case, as MOPAC does.
+    bool arc = false;
+};
+
+/// Reads a MOPAC input as MOPAC reads it. Any bytes are accepted.
+VESK_MOPAC_API MopacJob read_job(std::string_view text, const ReadOptions& options = {});
+/// The same, taking the text over instead of copying it.
+VESK_MOPAC_API MopacJob read_job(std::string&& text, const ReadOptions& options = {});
+
+/// Reads a file as MOPAC reads it. A file that cannot be read gives a job
+/// with one error diagnostic "cannot read the file: <reason>" (code "read-failed").
+VESK_MOPAC_API MopacJob read_job_file(const std::string& path);
+
+}  // namespace vesk::input::mopac

@@ -1,0 +1,352 @@
+// A geometry line, read field by field as MOPAC reads it: commas are blanks,
+// the label in parentheses is cut out, a '-' inside a field starts a new one,
+// and numbers are found wherever they begin.
+#include "job/geometry_line.hpp"
+
+#include <array>
+#include <cmath>
+
+#include "document/byte_classes.hpp"
+#include "job/elements.hpp"
+#include "job/text_lines.hpp"
+#include "parser/number_parse.hpp"
+
+namespace vesk::input::mopac::detail {
+namespace {
+
+constexpr std::size_t longest_label = 38;
+constexpr std::size_t pdb_label_length = 27;  // "ATOM      2  CA  ALA A   3"
+constexpr double deuterium_mass = 2.014;
+constexpr double tritium_mass = 3.016;
+
+bool is_blank_text(std::string_view view) noexcept;
+bool has_letter(std::string_view text) noexcept;
+bool has_digit(std::string_view text) noexcept;
+constexpr bool is_exponent_or_sign(char c) noexcept { return c == 'E' || c == 'D' || c == '-' || c == '+'; }
+std::string_view trim(std::string_view text) noexcept;
+
+}  // namespace
+
+LineKind GeometryLineReader::read(std::string_view view, std::size_t atoms_before, ParsedAtom& atom) {
+    issues_.clear();
+    label_ = {};
+    extra_ = {};
+    atom = ParsedAtom{};
+    view_ = view.substr(0, geometry_line_limit);
+    if (is_blank_text(view_) || contains_upper(view_, " NEXT")) return LineKind::end;
+    const std::string_view trimmed = trim(view_);
+    if (trimmed == "$coord" || trimmed == "$end") return LineKind::skip;
+    // PDB text among the first atoms hands the geometry to the PDB reader.
+    if (atoms_before < 10 && view_.substr(0, 6).find('(') == std::string_view::npos &&
+        (view_.substr(0, 4) == "ATOM" || view_.substr(0, 6) == "HETATM" || has_pdb_words(view_))) {
+        return LineKind::pdb;
+    }
+
+    // Commas are blanks; the label is cut out without leaving a blank, so
+    // "Cl(on C5)34.96885" reads as "Cl34.96885".
+    line_.assign(view_);
+    for (char& c : line_) {
+        if (c == ',') c = ' ';
+    }
+    label_at_ = std::string::npos;
+    label_size_ = 0;
+    const std::size_t open = line_.find('(');
+    if (open != std::string::npos) {
+        std::size_t close = line_.find(')', open);
+        if (close == std::string::npos) {
+            report(Issue::missing_parenthesis, open);
+            close = line_.size();
+        }
+        label_ = view_.substr(open + 1, close - open - 1);
+        label_at_ = open;
+        label_size_ = std::min(close + 1, line_.size()) - open;
+        line_.erase(open, label_size_);
+        if (label_.size() > longest_label && !has_pdb_words(view_)) {
+            report(Issue::label_too_long, open, std::string(label_));
+        }
+        if (last_label_length_ == pdb_label_length && label_.size() != pdb_label_length && !settings_.geo_ok) {
+            report(Issue::label_length_changes, open, std::to_string(label_.size()) + " characters");
+        }
+        last_label_length_ = label_.size();
+    }
+    for (char& c : line_) c = to_upper(c);
+    split_fields();
+    atom.field_count = fields_.size();
+    if (fields_.empty()) {
+        report(Issue::unknown_element, 0, "\"\"");
+        return LineKind::atom;
+    }
+
+    const auto field = [this](std::size_t k) {  // 1-based
+        return std::string_view(line_).substr(fields_[k - 1].begin, fields_[k - 1].end - fields_[k - 1].begin);
+    };
+    const std::size_t count = fields_.size();
+
+    // "x y z El": three numbers and a symbol of one or two letters.
+    if (count == 4 && !has_letter(field(1)) && field(4).size() <= 2 && is_letter(field(4)[0]) &&
+        (field(4).size() == 1 || is_letter(field(4)[1]))) {
+        atom.xyz_element = true;
+        int number = atomic_number_of(field(4));
+        if (number == 0 && field(4)[0] == 'X') number = dummy_atom;
+        if (number == 0) report(Issue::unknown_element, view_offset(fields_[3].begin), std::string(field(4)));
+        atom.atomic_number = number;
+        for (int axis = 0; axis < 3; ++axis) atom.values[axis] = number_at(static_cast<std::size_t>(axis) + 1);
+        atom.flags[0] = atom.flags[1] = atom.flags[2] = 1;
+        extra_ = {};
+        return LineKind::atom;
+    }
+
+    if (!read_element(atom)) return LineKind::end;
+
+    if (count == 4) {
+        for (int axis = 0; axis < 3; ++axis) atom.values[axis] = number_at(static_cast<std::size_t>(axis) + 2);
+        atom.flags[0] = atom.flags[1] = atom.flags[2] = 1;
+        return LineKind::atom;
+    }
+
+    // A letter where a flag belongs: PDB text, a Gaussian Z-matrix of symbols,
+    // or a fault (the old "T" flags).
+    if (atoms_before >= 1) {
+        for (std::size_t k = 3; k <= 7 && k <= count; k += 2) {
+            if (!is_letter(field(k)[0])) continue;
+            if (has_pdb_words(view_)) return LineKind::pdb;
+            bool whole = true;
+            for (std::size_t v = 2; v <= 6 && v <= count; v += 2) {
+                const double value = number_at(v);
+                whole = whole && value == std::floor(value);
+            }
+            if (whole) return LineKind::gaussian;
+            report(Issue::geometry_faulty, view_offset(fields_[k - 1].begin), std::string(field(k)));
+            break;
+        }
+    }
+
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        const std::size_t value_field = 2 + 2 * axis;
+        const std::size_t flag_field = value_field + 1;
+        atom.values[axis] = count >= value_field ? number_at(value_field) : 0.0;
+        atom.flags[axis] = count >= flag_field ? static_cast<int>(round_to_integer(number_at(flag_field))) : 0;
+    }
+
+    // Connectivity: field 8 unless it holds a '.', in which case it is a charge.
+    long long na = 0;
+    if (count >= 8 && field(8).find('.') == std::string_view::npos) na = round_to_integer(number_at(8));
+    std::size_t read_fields = 7;
+    if (na > 0) {
+        atom.internal = true;
+        atom.connectivity[0] = na;
+        atom.connectivity[1] = count >= 9 ? round_to_integer(number_at(9)) : 0;
+        atom.connectivity[2] = count >= 10 ? round_to_integer(number_at(10)) : 0;
+        read_fields = 10;
+    }
+
+    // The third atom may give its two connections in place of the dihedral:
+    // "El r f a f 2 1" (or "1 2", whose angle MOPAC then takes as radians).
+    if (atoms_before == 2 && count == 7 && field(6).find('.') == std::string_view::npos &&
+        field(7).find('.') == std::string_view::npos) {
+        const long long a = round_to_integer(atom.values[2]);
+        const long long b = atom.flags[2];
+        if ((a == 1 && b == 2) || (a == 2 && b == 1)) {
+            atom.internal = true;
+            atom.connectivity[0] = a;
+            atom.connectivity[1] = b;
+            atom.connectivity[2] = 0;
+            atom.angle_in_radians = a == 1;
+            atom.values[2] = 0.0;
+            atom.flags[2] = 0;
+        }
+    }
+    if (settings_.mopac && atoms_before == 1 && !atom.internal) {
+        atom.internal = true;
+        atom.connectivity[0] = 1;
+    }
+    if (settings_.mopac && atoms_before == 2 && !atom.internal) {
+        atom.internal = true;
+        atom.connectivity[0] = 2;
+        atom.connectivity[1] = 1;
+        atom.values[2] = 0.0;
+    }
+    // The references an atom cannot have are set to 0.
+    if (atoms_before == 0) {
+        atom.internal = false;
+        atom.connectivity[0] = atom.connectivity[1] = atom.connectivity[2] = 0;
+    } else if (atoms_before == 1) {
+        atom.connectivity[1] = atom.connectivity[2] = 0;
+    } else if (atoms_before == 2) {
+        atom.connectivity[2] = 0;
+    }
+    if (!atom.internal) atom.connectivity[0] = atom.connectivity[1] = atom.connectivity[2] = 0;
+
+    // Flags: -1, 0 and 1 unless MINI; on 7-field lines and with MINI, flags of
+    // mixed size become +-2.
+    if (!settings_.mini && count != 7 && atoms_before >= 1) {
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            if (atom.flags[axis] > 1) {
+                report(Issue::flag_out_of_range, view_offset(fields_[2 + 2 * axis].begin));
+                break;
+            }
+        }
+    } else {
+        int high = atom.flags[0];
+        int low = atom.flags[0];
+        for (int flag : atom.flags) {
+            high = std::max(high, flag);
+            low = std::min(low, flag);
+        }
+        const long long magnitude = std::max<long long>(std::llabs(high), std::llabs(low));
+        if (magnitude > 1 && static_cast<long long>(high) != -static_cast<long long>(low)) {
+            for (int& flag : atom.flags) flag = flag > 0 ? 2 : (flag < 0 ? -2 : 0);
+        }
+    }
+
+    if (count > read_fields) extra_ = trim(view_.substr(view_offset(fields_[read_fields].begin)));
+    return LineKind::atom;
+}
+
+// Fields are separated by blanks; a '-' inside a field, other than behind an
+// exponent's E or D or another sign, starts a new one ("1.0-2.0" is two
+// numbers, "--" is one sparkle); a field that opens with '"' runs to the closing '"'.
+void GeometryLineReader::split_fields() {
+    fields_.clear();
+    const std::size_t n = line_.size();
+    std::size_t i = 0;
+    while (i < n) {
+        while (i < n && line_[i] == ' ') ++i;
+        if (i == n) break;
+        const std::size_t begin = i;
+        if (line_[i] == '"') {
+            const std::size_t close = line_.find('"', i + 1);
+            i = close == std::string::npos ? n : close + 1;
+        } else {
+            ++i;
+            while (i < n && line_[i] != ' ' && !(line_[i] == '-' && !is_exponent_or_sign(line_[i - 1]))) ++i;
+        }
+        fields_.push_back({begin, i});
+    }
+}
+
+// MOPAC reads a value from where its field begins, past anything that is no
+// number, to the end of the line.
+double GeometryLineReader::number_at(std::size_t field_index) const noexcept {
+    double value = 0.0;
+    std::size_t end = 0;
+    read_number_in_line(line_, fields_[field_index - 1].begin, value, end);
+    return value;
+}
+
+// The first field: an atomic number, or a symbol with an isotope mass
+// ("C13", "Cl35.45"), "+3" and the other sparkles, X... dummies, D and T.
+// False when the field is the number 0 that ends the geometry.
+bool GeometryLineReader::read_element(ParsedAtom& atom) {
+    const std::string_view first = std::string_view(line_).substr(fields_[0].begin, fields_[0].end - fields_[0].begin);
+    const std::size_t offset = view_offset(fields_[0].begin);
+    if (is_digit(first[0])) {
+        double value = 0.0;
+        std::size_t end = 0;
+        read_number_in_line(first, 0, value, end);
+        const long long number = round_to_integer(value);
+        if (number == 0) return false;
+        if (number < 0 || number > highest_atomic_number) {
+            report(Issue::illegal_atomic_number, offset, std::string(first));
+            return true;
+        }
+        atom.atomic_number = static_cast<int>(number);
+        return true;
+    }
+    if (first.substr(0, 2) == "+3") {
+        atom.atomic_number = atomic_number_of("+3");
+        return true;
+    }
+    std::string_view symbol = first.substr(0, 2);
+    if (has_digit(first)) {
+        std::size_t end = 0;
+        read_number_in_line(first, 0, atom.isotope_mass, end);
+        if (first.size() > 1 && is_digit(first[1])) symbol = first.substr(0, 1);
+    }
+    int number = atomic_number_of(symbol);
+    if (number == 0 && symbol[0] == 'X') number = dummy_atom;
+    if (number == 0 && symbol == "D") {
+        number = 1;
+        if (atom.isotope_mass == 0.0) atom.isotope_mass = deuterium_mass;
+    }
+    if (number == 0 && symbol == "T") {
+        number = 1;
+        if (atom.isotope_mass == 0.0) atom.isotope_mass = tritium_mass;
+    }
+    if (number == 0) {
+        std::string shown = "\"";
+        shown.append(view_.substr(offset, first.size()));
+        shown.push_back('"');
+        report(Issue::unknown_element, offset, std::move(shown));
+    }
+    atom.atomic_number = number;
+    return true;
+}
+
+void GeometryLineReader::report(Issue issue, std::size_t offset, std::string detail) {
+    issues_.push_back({issue, offset, std::move(detail)});
+}
+
+// Offsets in line_ behind the cut-out label are that much further on in the view.
+std::size_t GeometryLineReader::view_offset(std::size_t line_offset) const noexcept {
+    return label_at_ != std::string::npos && line_offset >= label_at_ ? line_offset + label_size_ : line_offset;
+}
+
+bool has_pdb_words(std::string_view view) noexcept {
+    static constexpr std::array<std::string_view, 23> words = {
+        "TITLE ", "HEADER", "COMPND", "SOURCE", "KEYWDS", "HELIX ", "SHEET ", "REMARK",
+        "USER  ", "EXPDTA", "AUTHOR", "REVDAT", "JRNL  ", "DBREF ", "SEQRES", "HET   ",
+        "HETNAM", "LINK  ", "CRYST1", "SCALE",  "ORIGX",  "FORMUL", "CONECT"};
+    // MOPAC's lines are blank-padded, so a word at the very end matches "TITLE ".
+    for (std::string_view word : words) {
+        std::string_view bare = word;
+        while (!bare.empty() && bare.back() == ' ') bare.remove_suffix(1);
+        for (std::size_t at = view.find(bare); at != std::string_view::npos; at = view.find(bare, at + 1)) {
+            std::size_t k = at + bare.size();
+            bool padded = true;
+            for (std::size_t w = bare.size(); w < word.size(); ++w, ++k) padded = padded && (k >= view.size() || view[k] == ' ');
+            if (padded) return true;
+        }
+    }
+    return false;
+}
+
+long long round_to_integer(double value) noexcept {
+    if (!(value == value)) return 0;  // NaN
+    constexpr double limit = 2147483648.0;
+    if (value >= limit) return static_cast<long long>(limit);
+    if (value <= -limit) return -static_cast<long long>(limit);
+    return std::llround(value);
+}
+
+namespace {
+
+bool is_blank_text(std::string_view view) noexcept {
+    for (char c : view) {
+        if (c != ' ') return false;
+    }
+    return true;
+}
+
+bool has_letter(std::string_view text) noexcept {
+    for (char c : text) {
+        if (is_letter(c)) return true;
+    }
+    return false;
+}
+
+bool has_digit(std::string_view text) noexcept {
+    for (char c : text) {
+        if (is_digit(c)) return true;
+    }
+    return false;
+}
+
+std::string_view trim(std::string_view text) noexcept {
+    while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
+    while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
+    return text;
+}
+
+}  // namespace
+}  // namespace vesk::input::mopac::detail

@@ -1,0 +1,97 @@
+// One line of a MOPAC geometry as MOPAC's own reader takes it apart.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "job/issues.hpp"
+
+namespace vesk::input::mopac::detail {
+
+/// Keywords of a job that change how its geometry lines read.
+struct GeometrySettings {
+    bool mini = false;    // MINI: optimisation flags of any size
+    bool geo_ok = false;  // GEO-OK: labels of mixed lengths
+    bool mopac = false;   // MOPAC: atoms 2 and 3 connected to the first atoms by default
+};
+
+/// What a geometry line is.
+enum class LineKind : unsigned char {
+    atom,      ///< an atom, dummy or translation vector, in `ParsedAtom`
+    end,       ///< ends the geometry: blank, atomic number 0, or " NEXT"
+    skip,      ///< read over: "$coord" and "$end"
+    pdb,       ///< PDB records: the PDB reader takes the geometry over
+    gaussian,  ///< a Gaussian Z-matrix: its reader takes the geometry over
+};
+
+/// The numbers of one atom line, as MOPAC keeps them.
+struct ParsedAtom {
+    int atomic_number = 0;  // 0: not recognised
+    double isotope_mass = 0.0;
+    bool internal = false;
+    bool angle_in_radians = false;  // atom 3 written "r f a f 1 2": MOPAC does not convert the angle
+    bool xyz_element = false;       // an "x y z El" line: the geometry is in Bohr
+    double values[3] = {0.0, 0.0, 0.0};
+    int flags[3] = {0, 0, 0};
+    long long connectivity[3] = {0, 0, 0};
+    std::size_t field_count = 0;
+};
+
+/// A finding on the line just read, with its offset in the line's view.
+struct LineIssue {
+    Issue issue;
+    std::size_t offset;
+    std::string detail;
+};
+
+/// Reads geometry lines one after the other; keeps what carries over from
+/// line to line (the label length rule). Not for PDB or Gaussian lines.
+class GeometryLineReader {
+public:
+    explicit GeometryLineReader(GeometrySettings settings) : settings_(settings) {}
+
+    /// Reads `view` (the line as MOPAC holds it) as the atom that follows
+    /// `atoms_before` atoms. Findings go to issues(), cleared first.
+    LineKind read(std::string_view view, std::size_t atoms_before, ParsedAtom& atom);
+
+    const std::vector<LineIssue>& issues() const noexcept { return issues_; }
+    /// The label of the last atom line ("" without), and the columns behind
+    /// those MOPAC reads, both as written.
+    std::string_view label() const noexcept { return label_; }
+    std::string_view extra() const noexcept { return extra_; }
+
+private:
+    struct Field {
+        std::size_t begin;
+        std::size_t end;
+    };
+
+    void split_fields();
+    double number_at(std::size_t field_index) const noexcept;  // 1-based field
+    bool read_element(ParsedAtom& atom);
+    void report(Issue issue, std::size_t offset, std::string detail = {});
+    std::size_t view_offset(std::size_t line_offset) const noexcept;
+
+    GeometrySettings settings_;
+    std::size_t last_label_length_ = 0;  // 27 after a PDB-style label: then all must be 27
+    std::string_view view_;
+    std::string line_;  // the view with commas blanked, the label cut out, upper-cased
+    std::size_t label_at_ = std::string::npos;
+    std::size_t label_size_ = 0;  // bytes cut out, parentheses included
+    std::vector<Field> fields_;
+    std::string_view label_;
+    std::string_view extra_;
+    std::vector<LineIssue> issues_;
+};
+
+/// Whether a line holds a word that marks it as PDB text: ATOM, HETATM,
+/// HEADER, REMARK, CONECT, ...
+bool has_pdb_words(std::string_view view) noexcept;
+
+/// Rounds half away from zero to an integer of at most +-2^31, as Fortran's
+/// NINT does for the values a geometry line can hold.
+long long round_to_integer(double value) noexcept;
+
+}  // namespace vesk::input::mopac::detail

@@ -1,0 +1,213 @@
+// MopacJob's answers: keyword queries, the atoms of a job and their positions,
+// worked out afresh from the lines on each call.
+#include <array>
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "document/keyword_scan.hpp"
+#include "job/elements.hpp"
+#include "job/other_formats.hpp"
+#include "job/placement.hpp"
+#include "job/reader.hpp"
+#include "job/text_lines.hpp"
+#include "parser/number_parse.hpp"
+#include "vesk/input/mopac/document.hpp"
+
+namespace vesk::input::mopac {
+namespace {
+
+const JobKeyword* first_keyword_named(const Job& job, std::string_view name);
+bool place_job(const MopacJob& job, std::size_t job_index, std::vector<detail::ParsedAtom>& atoms,
+               std::vector<detail::Position>& positions);
+
+}  // namespace
+
+bool Job::has_keyword(std::string_view name) const { return first_keyword_named(*this, name) != nullptr; }
+
+std::optional<std::string> Job::keyword_value(std::string_view name) const {
+    const JobKeyword* keyword = first_keyword_named(*this, name);
+    if (keyword == nullptr) return std::nullopt;
+    return std::string(detail::keyword_value_part(keyword->text));
+}
+
+std::string_view MopacJob::line_text(std::size_t number) const noexcept {
+    if (number == 0 || number > lines_.size()) return {};
+    const JobLine& line = lines_[number - 1];
+    return std::string_view(text_).substr(line.offset, line.length);
+}
+
+bool MopacJob::has_errors() const noexcept {
+    for (const Diagnostic& diagnostic : diagnostics_) {
+        if (diagnostic.severity == Severity::error) return true;
+    }
+    return false;
+}
+
+std::vector<JobAtom> MopacJob::atoms(std::size_t job) const {
+    std::vector<JobAtom> described;
+    if (job >= jobs_.size()) return described;
+    std::vector<detail::ParsedAtom> parsed;
+    detail::reread_atoms(*this, job, false, parsed, nullptr, &described);
+    return described;
+}
+
+vesk::core::Geometry MopacJob::geometry(std::size_t job) const {
+    vesk::core::Geometry geometry;
+    std::vector<detail::ParsedAtom> atoms;
+    std::vector<detail::Position> positions;
+    if (!place_job(*this, job, atoms, positions)) return geometry;
+    std::size_t kept = 0;
+    for (const detail::ParsedAtom& atom : atoms) kept += detail::is_kept_atom(atom.atomic_number);
+    geometry.atoms.reserve(kept);
+    for (std::size_t i = 0; i < atoms.size(); ++i) {
+        if (!detail::is_kept_atom(atoms[i].atomic_number)) continue;
+        geometry.atoms.emplace_back(std::string(detail::element_symbol(atoms[i].atomic_number)), positions[i][0],
+                                    positions[i][1], positions[i][2]);
+    }
+    return geometry;
+}
+
+std::vector<std::array<double, 3>> MopacJob::translation_vectors(std::size_t job) const {
+    std::vector<std::array<double, 3>> vectors;
+    std::vector<detail::ParsedAtom> atoms;
+    std::vector<detail::Position> positions;
+    if (!place_job(*this, job, atoms, positions)) return vectors;
+    for (std::size_t i = 0; i < atoms.size(); ++i) {
+        if (atoms[i].atomic_number == detail::translation_vector) vectors.push_back(positions[i]);
+    }
+    return vectors;
+}
+
+namespace detail {
+
+GeometrySettings geometry_settings(const Job& job) {
+    GeometrySettings settings;
+    settings.mini = job.has_keyword("MINI");
+    settings.geo_ok = job.has_keyword("GEO-OK");
+    settings.mopac = job.has_keyword("MOPAC");
+    return settings;
+}
+
+bool has_keyword_prefix(const Job& job, std::string_view prefix) noexcept {
+    for (const JobKeyword& keyword : job.keywords) {
+        if (keyword.text.compare(0, prefix.size(), prefix) == 0) return true;
+    }
+    return false;
+}
+
+void reread_atoms(const MopacJob& job, std::size_t job_index, bool with_symmetry, std::vector<ParsedAtom>& atoms,
+                  std::vector<std::size_t>* line_indices, std::vector<JobAtom>* described,
+                  std::vector<SymmetryFault>* faults) {
+    atoms.clear();
+    const Job& current = job.jobs()[job_index];
+    const std::vector<JobLine>& lines = job.lines();
+    const bool gaussian = current.source == GeometrySource::gaussian;
+    const bool pdb = current.source == GeometrySource::pdb;
+    if (!gaussian && !pdb && current.source != GeometrySource::inline_text) return;
+
+    std::string scratch;
+    ZMatrixVariables variables;
+    if (gaussian) {
+        for (std::size_t i = current.geometry_end; i < lines.size() && lines[i].job == job_index; ++i) {
+            if (lines[i].role == LineRole::variables) variables.add_line(mopac_view(job.line_text(i + 1), scratch));
+        }
+    }
+    GeometryLineReader reader(geometry_settings(current));
+    PdbElementNames names;
+    for (const JobKeyword& keyword : current.keywords) {
+        if (names.empty()) names = pdb_element_names(keyword.text);
+    }
+    std::vector<LineIssue> issues;
+    ParsedAtom atom;
+    for (std::size_t i = current.geometry_begin; i < current.geometry_end; ++i) {
+        if (lines[i].role != LineRole::geometry) continue;
+        const std::string_view view = mopac_view(job.line_text(i + 1), scratch);
+        std::string_view label;
+        std::string_view extra;
+        if (gaussian) {
+            issues.clear();
+            read_gaussian_line(view, atoms.size(), &variables, atom, issues);
+        } else if (pdb) {
+            issues.clear();
+            if (read_pdb_line(view, names, atom, issues) != LineKind::atom) continue;
+        } else {
+            if (reader.read(view, atoms.size(), atom) != LineKind::atom) continue;
+            label = reader.label();
+            extra = reader.extra();
+        }
+        atoms.push_back(atom);
+        if (line_indices != nullptr) line_indices->push_back(i);
+        if (described == nullptr) continue;
+        JobAtom& out = described->emplace_back();
+        out.line = i + 1;
+        out.atomic_number = atom.atomic_number;
+        out.symbol.assign(element_symbol(atom.atomic_number));
+        out.label.assign(label);
+        out.extra.assign(extra);
+        out.isotope_mass = atom.isotope_mass;
+        out.form = atom.internal ? CoordinateForm::internal : CoordinateForm::cartesian;
+        for (int k = 0; k < 3; ++k) {
+            out.values[k] = atom.values[k];
+            out.flags[k] = atom.flags[k];
+            out.connectivity[k] = atom.connectivity[k] > 0 ? static_cast<std::size_t>(atom.connectivity[k]) : 0;
+        }
+    }
+    if (!with_symmetry) return;
+    double depvar = 1.0;
+    if (const auto value = current.keyword_value("DEPVAR"); value && !value->empty()) {
+        std::size_t end = 0;
+        read_number_in_line(*value, 0, depvar, end);
+    }
+    SymmetryLine line;
+    std::string reason;
+    bool ends = false;
+    for (std::size_t i = current.geometry_end; i < lines.size() && lines[i].job == job_index; ++i) {
+        if (lines[i].role != LineRole::symmetry) continue;
+        if (read_symmetry_line(mopac_view(job.line_text(i + 1), scratch), line, ends, reason) &&
+            !apply_symmetry(line, depvar, atoms, reason) && faults != nullptr) {
+            faults->push_back({i, reason});
+        }
+    }
+}
+
+}  // namespace detail
+
+namespace {
+
+const JobKeyword* first_keyword_named(const Job& job, std::string_view name) {
+    const std::string key = normalize_keyword_name(name);
+    for (const JobKeyword& keyword : job.keywords) {
+        if (detail::keyword_name_equals(keyword.text, key)) return &keyword;
+    }
+    return nullptr;
+}
+
+// The positions of every atom line of a job; false when MOPAC would not place
+// them: atoms from elsewhere, or an error in the geometry.
+bool place_job(const MopacJob& job, std::size_t job_index, std::vector<detail::ParsedAtom>& atoms,
+               std::vector<detail::Position>& positions) {
+    if (job_index >= job.jobs().size()) return false;
+    const Job& current = job.jobs()[job_index];
+    const std::size_t first_line = current.geometry_begin + 1;
+    const std::size_t last_line = current.geometry_end;
+    for (const Diagnostic& diagnostic : job.diagnostics()) {
+        const bool in_geometry = diagnostic.line >= first_line && diagnostic.line <= last_line;
+        if (diagnostic.severity == Severity::error && (in_geometry || diagnostic.code == "no-atoms")) {
+            if (in_geometry || diagnostic.line == current.first_keyword_line) return false;
+        }
+    }
+    detail::reread_atoms(job, job_index, true, atoms, nullptr, nullptr);
+    if (atoms.empty()) return false;
+    for (const detail::ParsedAtom& atom : atoms) {
+        if (atom.atomic_number == 0) return false;
+    }
+    if (!detail::ill_defined_atoms(atoms).empty()) return false;
+    const double bohr = current.has_keyword("OLDFPC") ? detail::old_bohr_in_angstrom : detail::bohr_in_angstrom;
+    std::size_t failed = 0;
+    return detail::place_atoms(atoms, current.bohr ? bohr : 1.0, positions, failed);
+}
+
+}  // namespace
+}  // namespace vesk::input::mopac

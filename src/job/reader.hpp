@@ -1,0 +1,71 @@
+// The reading of a data set as MOPAC reads it, shared by its source files:
+// the driver (read_job.cpp), the head (head.cpp) and the geometry passes that
+// MopacJob repeats on demand (job_geometry.cpp).
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "job/geometry_line.hpp"
+#include "job/issues.hpp"
+#include "vesk/input/mopac/job.hpp"
+
+namespace vesk::input::mopac {
+
+/// Builds a MopacJob: line roles, jobs and diagnostics.
+struct JobReader {
+    explicit JobReader(MopacJob& target) : job(target) {}
+
+    void read(std::string&& text, const ReadOptions& options);
+    void fail_read(std::string_view reason);
+
+    // The lines MOPAC reads, as indices into job.lines_, and the next one.
+    MopacJob& job;
+    std::vector<std::size_t> data;
+    std::size_t next = 0;
+    std::string scratch;
+    std::size_t unlisted = 0;  // findings over the limit, counted only
+
+    bool at_end() const noexcept { return next >= data.size(); }
+    std::string_view raw(std::size_t line_index) const noexcept;
+    /// The line as MOPAC holds it; valid until the next call.
+    std::string_view view(std::size_t line_index);
+    /// Takes the next data line for `role` in job `job_index`; answers its index.
+    std::size_t take(LineRole role, std::size_t job_index);
+    void report(detail::Issue issue, std::size_t line_index, std::size_t view_offset, std::string_view detail = {});
+    void report_line(detail::Issue issue, std::size_t line_index, std::string_view detail = {});
+
+    void read_head(Job& current, std::size_t job_index);
+    void read_geometry(Job& current, std::size_t job_index);
+    void read_inline_geometry(Job& current, std::size_t job_index);
+    void read_foreign_geometry(Job& current, std::size_t job_index, bool pdb);
+    void read_data_behind_geometry(Job& current, std::size_t job_index, bool reaction_path);
+    void check_geometry(Job& current, std::size_t job_index);
+};
+
+namespace detail {
+
+/// The keywords of a job that change how its geometry reads.
+GeometrySettings geometry_settings(const Job& job);
+
+/// Whether a job has a keyword whose text starts with `prefix` ("SYMM").
+bool has_keyword_prefix(const Job& job, std::string_view prefix) noexcept;
+
+/// A symmetry line that could not be applied: its line index and why.
+struct SymmetryFault {
+    std::size_t line_index;
+    std::string reason;
+};
+
+/// The atoms of a job read again from its lines, with symmetry data applied
+/// when `with_symmetry` (lines that cannot be applied go to `faults`).
+/// `line_indices` gets the line of each atom. Issues of the lines are not
+/// collected: the first reading reported them.
+void reread_atoms(const MopacJob& job, std::size_t job_index, bool with_symmetry, std::vector<ParsedAtom>& atoms,
+                  std::vector<std::size_t>* line_indices, std::vector<JobAtom>* described,
+                  std::vector<SymmetryFault>* faults = nullptr);
+
+}  // namespace detail
+}  // namespace vesk::input::mopac
