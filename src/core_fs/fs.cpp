@@ -16,11 +16,12 @@ namespace vesk::core::fs {
 namespace {
 
 [[noreturn]] void fail_read(const std::string& path, int error);
+int replace_file(const std::string& path, std::string_view content);
 std::string resolve_link(const std::string& path);
 std::string directory_of(const std::string& path);
 int create_temporary(const std::string& target, std::string& temporary_path);
-bool write_all(int fd, std::string_view content) noexcept;
-bool sync_directory(const std::string& directory) noexcept;
+int write_all(int fd, std::string_view content) noexcept;
+int sync_directory(const std::string& directory) noexcept;
 
 // Closes a descriptor on every way out.
 class Descriptor {
@@ -74,35 +75,52 @@ std::string read_text_file(const std::string& path) {
     return content;
 }
 
+bool write_text_file_atomic(const std::string& path, std::string_view content,
+                            std::error_code& error) {
+    const int code = replace_file(path, content);
+    error = code == 0 ? std::error_code() : std::error_code(code, std::generic_category());
+    return code == 0;
+}
+
 bool write_text_file_atomic(const std::string& path, std::string_view content) {
-    if (path.empty()) return false;
-    // Writing through a symbolic link replaces the file it names and keeps the link.
-    const std::string target = resolve_link(path);
-
-    struct stat existing {};
-    const bool replaces = ::stat(target.c_str(), &existing) == 0;
-    if (replaces && !S_ISREG(existing.st_mode)) return false;  // a directory, a device, ...
-
-    std::string temporary;
-    Descriptor fd(create_temporary(target, temporary));
-    if (fd.get() < 0) return false;
-
-    bool ok = write_all(fd.get(), content) && ::fsync(fd.get()) == 0;
-    if (ok && replaces) ok = ::fchmod(fd.get(), existing.st_mode & 07777) == 0;
-    ok = fd.close() && ok;
-    if (ok) ok = ::rename(temporary.c_str(), target.c_str()) == 0;
-    if (!ok) {
-        ::unlink(temporary.c_str());
-        return false;
-    }
-    // The rename is only durable once the directory entry is on disk.
-    return sync_directory(directory_of(target));
+    std::error_code ignored;
+    return write_text_file_atomic(path, content, ignored);
 }
 
 namespace {
 
 [[noreturn]] void fail_read(const std::string& path, int error) {
     throw std::system_error(error, std::generic_category(), "cannot read '" + path + "'");
+}
+
+// Answers 0 once `content` is in place at `path`, else the errno of the step
+// that failed, with the target as it was.
+int replace_file(const std::string& path, std::string_view content) {
+    if (path.empty()) return ENOENT;
+    // Writing through a symbolic link replaces the file it names and keeps the link.
+    const std::string target = resolve_link(path);
+
+    struct stat existing {};
+    const bool replaces = ::stat(target.c_str(), &existing) == 0;
+    if (!replaces && errno != ENOENT) return errno;
+    if (replaces && S_ISDIR(existing.st_mode)) return EISDIR;
+    if (replaces && !S_ISREG(existing.st_mode)) return EINVAL;  // a device, a FIFO, a socket
+
+    std::string temporary;
+    Descriptor fd(create_temporary(target, temporary));
+    if (fd.get() < 0) return errno;
+
+    int code = write_all(fd.get(), content);
+    if (code == 0 && ::fsync(fd.get()) != 0) code = errno;
+    if (code == 0 && replaces && ::fchmod(fd.get(), existing.st_mode & 07777) != 0) code = errno;
+    if (!fd.close() && code == 0) code = errno;
+    if (code == 0 && ::rename(temporary.c_str(), target.c_str()) != 0) code = errno;
+    if (code != 0) {
+        ::unlink(temporary.c_str());
+        return code;
+    }
+    // The rename is only durable once the directory entry is on disk.
+    return sync_directory(directory_of(target));
 }
 
 std::string resolve_link(const std::string& path) {
@@ -143,27 +161,27 @@ int create_temporary(const std::string& target, std::string& temporary_path) {
     return -1;
 }
 
-bool write_all(int fd, std::string_view content) noexcept {
+int write_all(int fd, std::string_view content) noexcept {
     const char* data = content.data();
     std::size_t left = content.size();
     while (left > 0) {
         ssize_t n = ::write(fd, data, left);
         if (n < 0) {
             if (errno == EINTR) continue;
-            return false;  // EFBIG past RLIMIT_FSIZE, ENOSPC, EIO, ...
+            return errno;  // EFBIG past RLIMIT_FSIZE, ENOSPC, EIO, ...
         }
         data += n;
         left -= static_cast<std::size_t>(n);
     }
-    return true;
+    return 0;
 }
 
-bool sync_directory(const std::string& directory) noexcept {
+int sync_directory(const std::string& directory) noexcept {
     int fd = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0) return false;
-    bool ok = ::fsync(fd) == 0;
+    if (fd < 0) return errno;
+    int code = ::fsync(fd) == 0 ? 0 : errno;
     ::close(fd);
-    return ok;
+    return code;
 }
 
 }  // namespace

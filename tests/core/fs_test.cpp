@@ -83,12 +83,19 @@ TEST(write_text_file_atomic, writes_through_a_symbolic_link) {
     EXPECT_EQ(dir.entries(), (std::vector<std::string>{"link.mop", "real.mop"}));
 }
 
-TEST(write_text_file_atomic, refuses_paths_it_cannot_replace) {
+TEST(write_text_file_atomic, refuses_paths_it_cannot_replace_and_says_why) {
     TempDir dir;
     ::mkdir((dir.path() + "/sub").c_str(), 0755);
-    EXPECT_FALSE(write_text_file_atomic("", "x"));
-    EXPECT_FALSE(write_text_file_atomic(dir.path() + "/no/such/dir/f.mop", "x"));
-    EXPECT_FALSE(write_text_file_atomic(dir.path() + "/sub", "x"));
+    const std::pair<std::string, int> cases[] = {
+        {"", ENOENT},
+        {dir.path() + "/no/such/dir/f.mop", ENOENT},
+        {dir.path() + "/sub", EISDIR},
+    };
+    for (const auto& [path, reason] : cases) {
+        std::error_code error;
+        EXPECT_FALSE(write_text_file_atomic(path, "x", error)) << path;
+        EXPECT_EQ(error, std::error_code(reason, std::generic_category())) << path;
+    }
     EXPECT_EQ(dir.entries(), std::vector<std::string>{"sub"});
 }
 
@@ -127,12 +134,14 @@ TEST(write_text_file_atomic, keeps_the_old_file_in_a_read_only_directory) {
     ASSERT_EQ(::chmod(sub.c_str(), 0555), 0);
     // Root ignores directory permissions, so the write runs as an unprivileged user.
     int status = in_child([&] {
-        if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0)) return 3;
-        return write_text_file_atomic(path, "new bytes\n") ? 1 : 0;
+        if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0)) return 255;
+        std::error_code error;
+        write_text_file_atomic(path, "new bytes\n", error);
+        return error.value();
     });
     ::chmod(sub.c_str(), 0755);
-    if (status == 3) GTEST_SKIP() << "\n*** SKIPPED: cannot drop to an unprivileged user to test a read-only directory ***";
-    EXPECT_EQ(status, 0) << "the write into a read-only directory was not refused";
+    if (status == 255) GTEST_SKIP() << "\n*** SKIPPED: cannot drop to an unprivileged user to test a read-only directory ***";
+    EXPECT_EQ(status, EACCES) << "the write into a read-only directory was not refused as such";
     EXPECT_EQ(read_text_file(path), "old bytes\n");
     EXPECT_EQ(TempDir::list(sub), std::vector<std::string>{"target.mop"});
 }

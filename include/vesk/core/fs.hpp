@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #if defined(_WIN32)
 #  define VESK_CORE_FS_API
@@ -26,5 +27,12 @@ VESK_CORE_FS_API std::string read_text_file(const std::string& path);
 /// permission bits. Returns false on any failure; the temporary file is then
 /// removed and an existing target keeps its old bytes.
 VESK_CORE_FS_API bool write_text_file_atomic(const std::string& path, std::string_view content);
+
+/// As above, and tells why it failed: on false, `error` holds the system's
+/// errno value (std::generic_category()), e.g. ENOENT for a missing
+/// directory, EISDIR for a directory, EACCES, ENOSPC; its message() is the
+/// system's reason. On true, `error` is cleared.
+VESK_CORE_FS_API bool write_text_file_atomic(const std::string& path, std::string_view content,
+                                             std::error_code& error);
 
 }  // namespace vesk::core::fs
