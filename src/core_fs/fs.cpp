@@ -17,7 +17,7 @@ namespace {
 
 [[noreturn]] void fail_read(const std::string& path, int error);
 int replace_file(const std::string& path, std::string_view content);
-std::string resolve_link(const std::string& path);
+int resolve_link(const std::string& path, std::string& target);
 std::string directory_of(const std::string& path);
 int create_temporary(const std::string& target, std::string& temporary_path);
 int write_all(int fd, std::string_view content) noexcept;
@@ -98,7 +98,8 @@ namespace {
 int replace_file(const std::string& path, std::string_view content) {
     if (path.empty()) return ENOENT;
     // Writing through a symbolic link replaces the file it names and keeps the link.
-    const std::string target = resolve_link(path);
+    std::string target;
+    if (int code = resolve_link(path, target)) return code;
 
     struct stat existing {};
     const bool replaces = ::stat(target.c_str(), &existing) == 0;
@@ -123,19 +124,22 @@ int replace_file(const std::string& path, std::string_view content) {
     return sync_directory(directory_of(target));
 }
 
-std::string resolve_link(const std::string& path) {
-    std::string current = path;
-    for (int hops = 0; hops < 40; ++hops) {  // as the kernel's own limit on link chains
+// Follows a chain of symbolic links to its end, which may not exist yet. A
+// chain that does not end, a loop or more links than the kernel itself
+// follows (40), is ELOOP: replacing the last link by a file would break it.
+int resolve_link(const std::string& path, std::string& target) {
+    target = path;
+    for (int hops = 0;; ++hops) {
         struct stat info {};
-        if (::lstat(current.c_str(), &info) != 0 || !S_ISLNK(info.st_mode)) return current;
+        if (::lstat(target.c_str(), &info) != 0 || !S_ISLNK(info.st_mode)) return 0;
+        if (hops == 40) return ELOOP;
         std::string link(static_cast<std::size_t>(info.st_size > 0 ? info.st_size : PATH_MAX), '\0');
-        ssize_t n = ::readlink(current.c_str(), link.data(), link.size());
-        if (n < 0) return current;
+        ssize_t n = ::readlink(target.c_str(), link.data(), link.size());
+        if (n < 0) return errno;
         link.resize(static_cast<std::size_t>(n));
         // A relative link is relative to the directory that holds the link.
-        current = (!link.empty() && link[0] == '/') ? link : directory_of(current) + "/" + link;
+        target = (!link.empty() && link[0] == '/') ? link : directory_of(target) + "/" + link;
     }
-    return current;
 }
 
 std::string directory_of(const std::string& path) {

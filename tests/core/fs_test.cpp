@@ -86,17 +86,32 @@ TEST(write_text_file_atomic, writes_through_a_symbolic_link) {
 TEST(write_text_file_atomic, refuses_paths_it_cannot_replace_and_says_why) {
     TempDir dir;
     ::mkdir((dir.path() + "/sub").c_str(), 0755);
+    ASSERT_EQ(::symlink("loop", (dir.path() + "/loop").c_str()), 0);
+    ASSERT_EQ(::symlink("ping", (dir.path() + "/pong").c_str()), 0);
+    ASSERT_EQ(::symlink("pong", (dir.path() + "/ping").c_str()), 0);
+    ::mkdir((dir.path() + "/chain").c_str(), 0755);
+    for (int i = 0; i <= 40; ++i) {  // 41 links to a missing file: one more than the kernel follows
+        const std::string link = dir.path() + "/chain/" + std::to_string(i);
+        ASSERT_EQ(::symlink(std::to_string(i + 1).c_str(), link.c_str()), 0);
+    }
     const std::pair<std::string, int> cases[] = {
         {"", ENOENT},
         {dir.path() + "/no/such/dir/f.mop", ENOENT},
         {dir.path() + "/sub", EISDIR},
+        {dir.path() + "/loop", ELOOP},
+        {dir.path() + "/ping", ELOOP},
+        {dir.path() + "/chain/0", ELOOP},
     };
     for (const auto& [path, reason] : cases) {
         std::error_code error;
         EXPECT_FALSE(write_text_file_atomic(path, "x", error)) << path;
         EXPECT_EQ(error, std::error_code(reason, std::generic_category())) << path;
     }
-    EXPECT_EQ(dir.entries(), std::vector<std::string>{"sub"});
+    EXPECT_EQ(dir.entries(), (std::vector<std::string>{"chain", "loop", "ping", "pong", "sub"}));
+    for (const char* link : {"/loop", "/ping", "/chain/40"}) {
+        struct stat info {};
+        EXPECT_TRUE(::lstat((dir.path() + link).c_str(), &info) == 0 && S_ISLNK(info.st_mode)) << link;
+    }
 }
 
 // Runs `body` in a child process and answers its exit status; used for
