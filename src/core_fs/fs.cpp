@@ -7,7 +7,10 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <climits>
+#include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <system_error>
@@ -149,17 +152,30 @@ std::string directory_of(const std::string& path) {
     return path.substr(0, slash);
 }
 
-// Creates ".<name>.tmp.<pid>.<n>" beside the target. Mode 0666 lets the
+// A fresh ".vesk-<16 hex digits>.tmp" in `directory`. The name is short
+// and not made from the target's, so that it fits beside any legal name;
+// the caller still has to create it exclusively.
+std::string temporary_path(const std::string& directory) {
+    static std::atomic<std::uint64_t> counter{0};
+    const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
+    std::uint64_t x = (static_cast<std::uint64_t>(::getpid()) << 40) ^ static_cast<std::uint64_t>(now) ^
+                      counter.fetch_add(1, std::memory_order_relaxed);
+    // The splitmix64 finaliser, so that names made close together differ in every digit.
+    x = (x ^ (x >> 30)) * 0xbf58476d1ce4e5b9;
+    x = (x ^ (x >> 27)) * 0x94d049bb133111eb;
+    x ^= x >> 31;
+    char name[32];
+    std::snprintf(name, sizeof name, "/.vesk-%016llx.tmp", static_cast<unsigned long long>(x));
+    return directory + name;
+}
+
+// Creates a new temporary file beside the target. Mode 0666 lets the
 // process umask decide the bits of a new file, as for any other new file.
-int create_temporary(const std::string& target, std::string& temporary_path) {
-    static std::atomic<unsigned long> counter{0};
+int create_temporary(const std::string& target, std::string& temporary_path_out) {
     const std::string directory = directory_of(target);
-    std::string::size_type slash = target.rfind('/');
-    const std::string name = slash == std::string::npos ? target : target.substr(slash + 1);
     for (int attempt = 0; attempt < 100; ++attempt) {
-        temporary_path = directory + "/." + name + ".tmp." + std::to_string(::getpid()) + "." +
-                         std::to_string(counter.fetch_add(1, std::memory_order_relaxed));
-        int fd = ::open(temporary_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        temporary_path_out = temporary_path(directory);
+        int fd = ::open(temporary_path_out.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
         if (fd >= 0 || (errno != EEXIST && errno != EINTR)) return fd;
     }
     return -1;

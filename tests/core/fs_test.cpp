@@ -57,17 +57,22 @@ TEST(read_text_file, names_the_path_and_the_reason) {
 
 TEST(write_text_file_atomic, creates_and_replaces_keeping_permission_bits) {
     TempDir dir;
-    const std::string path = dir.path() + "/new.mop";
-    ASSERT_TRUE(write_text_file_atomic(path, "first\n"));
-    EXPECT_EQ(read_text_file(path), "first\n");
+    // Up to the longest name a directory entry can have (NAME_MAX, 255 bytes).
+    for (const std::string& name : {std::string("new.mop"), std::string(250, 'n'), std::string(255, 'x')}) {
+        SCOPED_TRACE(name.size());
+        const std::string path = dir.path() + "/" + name;
+        ASSERT_TRUE(write_text_file_atomic(path, "first\n"));
+        EXPECT_EQ(read_text_file(path), "first\n");
 
-    ASSERT_EQ(::chmod(path.c_str(), 0640), 0);
-    ASSERT_TRUE(write_text_file_atomic(path, std::string("second\0\n", 8)));
-    EXPECT_EQ(read_text_file(path), std::string("second\0\n", 8));
-    struct stat info {};
-    ASSERT_EQ(::stat(path.c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 07777, 0640u);
-    EXPECT_EQ(dir.entries(), std::vector<std::string>{"new.mop"});
+        ASSERT_EQ(::chmod(path.c_str(), 0640), 0);
+        ASSERT_TRUE(write_text_file_atomic(path, std::string("second\0\n", 8)));
+        EXPECT_EQ(read_text_file(path), std::string("second\0\n", 8));
+        struct stat info {};
+        ASSERT_EQ(::stat(path.c_str(), &info), 0);
+        EXPECT_EQ(info.st_mode & 07777, 0640u);
+        EXPECT_EQ(dir.entries(), std::vector<std::string>{name});
+        ::unlink(path.c_str());
+    }
 }
 
 TEST(write_text_file_atomic, writes_through_a_symbolic_link) {
