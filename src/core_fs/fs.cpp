@@ -2,6 +2,8 @@
 #include "vesk/core/fs.hpp"
 
 #include <fcntl.h>
+#include <pthread.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -181,14 +183,50 @@ int create_temporary(const std::string& target, std::string& temporary_path_out)
     return -1;
 }
 
+// Holds SIGXFSZ back from the calling thread while it writes, so that a
+// write past RLIMIT_FSIZE fails with EFBIG instead of ending the process.
+// The signal such a write raised is taken back before the old mask returns;
+// one that was pending already is left for its owner. No disposition changes.
+class FileSizeSignalBlock {
+public:
+    FileSizeSignalBlock() noexcept {
+        ::sigemptyset(&signal_);
+        ::sigaddset(&signal_, SIGXFSZ);
+        blocked_ = ::pthread_sigmask(SIG_BLOCK, &signal_, &previous_) == 0;
+        sigset_t pending;
+        was_pending_ = ::sigpending(&pending) == 0 && ::sigismember(&pending, SIGXFSZ) == 1;
+    }
+    FileSizeSignalBlock(const FileSizeSignalBlock&) = delete;
+    FileSizeSignalBlock& operator=(const FileSizeSignalBlock&) = delete;
+    ~FileSizeSignalBlock() {
+        if (blocked_) ::pthread_sigmask(SIG_SETMASK, &previous_, nullptr);
+    }
+    // After a write failed with EFBIG.
+    void discard_raised() noexcept {
+        if (!blocked_ || was_pending_) return;
+        const struct timespec now {};
+        while (::sigtimedwait(&signal_, nullptr, &now) < 0 && errno == EINTR) {
+        }
+    }
+
+private:
+    sigset_t signal_{};
+    sigset_t previous_{};
+    bool blocked_ = false;
+    bool was_pending_ = false;
+};
+
 int write_all(int fd, std::string_view content) noexcept {
+    FileSizeSignalBlock file_size_signal;
     const char* data = content.data();
     std::size_t left = content.size();
     while (left > 0) {
         ssize_t n = ::write(fd, data, left);
         if (n < 0) {
-            if (errno == EINTR) continue;
-            return errno;  // EFBIG past RLIMIT_FSIZE, ENOSPC, EIO, ...
+            const int code = errno;  // EFBIG past RLIMIT_FSIZE, ENOSPC, EDQUOT, EIO, ...
+            if (code == EINTR) continue;
+            if (code == EFBIG) file_size_signal.discard_raised();
+            return code;
         }
         data += n;
         left -= static_cast<std::size_t>(n);
