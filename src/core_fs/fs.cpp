@@ -16,15 +16,19 @@
 #include <cstdlib>
 #include <string>
 #include <system_error>
+#include <utility>
 
 namespace vesk::core::fs {
 namespace {
 
 [[noreturn]] void fail_read(const std::string& path, int error);
+int open_retrying(const char* path, int flags, mode_t mode) noexcept;
 int replace_file(const std::string& path, std::string_view content);
 int resolve_link(const std::string& path, std::string& target);
 std::string directory_of(const std::string& path);
-int create_temporary(const std::string& target, std::string& temporary_path);
+mode_t current_umask();
+std::string temporary_path(const std::string& directory);
+std::string proc_fd_path(int fd);
 int write_all(int fd, std::string_view content) noexcept;
 int sync_directory(const std::string& directory) noexcept;
 
@@ -38,25 +42,40 @@ public:
         if (fd_ >= 0) ::close(fd_);
     }
     int get() const noexcept { return fd_; }
-    // Closes now and reports whether the close succeeded (a delayed write
-    // error of some file systems only shows here).
-    bool close() noexcept {
-        int fd = fd_;
-        fd_ = -1;
-        return ::close(fd) == 0;
-    }
 
 private:
     int fd_;
 };
 
+// The new content on its way to the target, readable by its owner alone
+// (0600) until it is complete. Where the system offers it (O_TMPFILE on
+// Linux) the file has no name until then, so a process killed on the way
+// leaves nothing behind; elsewhere it is created under a fresh name. A name
+// it was given is removed again unless the file was renamed over its target.
+class TemporaryFile {
+public:
+    TemporaryFile() = default;
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    ~TemporaryFile() {
+        if (fd_ >= 0) ::close(fd_);
+        if (!path_.empty()) ::unlink(path_.c_str());
+    }
+
+    int fd() const noexcept { return fd_; }
+    int create(const std::string& directory);
+    int name_and_close(const std::string& directory);
+    int rename_to(const std::string& target);
+
+private:
+    int fd_ = -1;
+    std::string path_;  // empty while the file has no name
+};
+
 }  // namespace
 
 std::string read_text_file(const std::string& path) {
-    int raw = -1;
-    do {
-        raw = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    } while (raw < 0 && errno == EINTR);
+    const int raw = open_retrying(path.c_str(), O_RDONLY | O_CLOEXEC, 0);
     if (raw < 0) fail_read(path, errno);
     Descriptor fd(raw);
 
@@ -98,6 +117,14 @@ namespace {
     throw std::system_error(error, std::generic_category(), "cannot read '" + path + "'");
 }
 
+int open_retrying(const char* path, int flags, mode_t mode) noexcept {
+    int fd = -1;
+    do {
+        fd = ::open(path, flags, mode);
+    } while (fd < 0 && errno == EINTR);
+    return fd;
+}
+
 // Answers 0 once `content` is in place at `path`, else the errno of the step
 // that failed, with the target as it was.
 int replace_file(const std::string& path, std::string_view content) {
@@ -106,27 +133,82 @@ int replace_file(const std::string& path, std::string_view content) {
     std::string target;
     if (int code = resolve_link(path, target)) return code;
 
+    // A replaced file keeps its permission bits; a new one gets those of any new file.
+    mode_t mode = 0;
     struct stat existing {};
-    const bool replaces = ::stat(target.c_str(), &existing) == 0;
-    if (!replaces && errno != ENOENT) return errno;
-    if (replaces && S_ISDIR(existing.st_mode)) return EISDIR;
-    if (replaces && !S_ISREG(existing.st_mode)) return EINVAL;  // a device, a FIFO, a socket
-
-    std::string temporary;
-    Descriptor fd(create_temporary(target, temporary));
-    if (fd.get() < 0) return errno;
-
-    int code = write_all(fd.get(), content);
-    if (code == 0 && ::fsync(fd.get()) != 0) code = errno;
-    if (code == 0 && replaces && ::fchmod(fd.get(), existing.st_mode & 07777) != 0) code = errno;
-    if (!fd.close() && code == 0) code = errno;
-    if (code == 0 && ::rename(temporary.c_str(), target.c_str()) != 0) code = errno;
-    if (code != 0) {
-        ::unlink(temporary.c_str());
-        return code;
+    if (::stat(target.c_str(), &existing) == 0) {
+        if (S_ISDIR(existing.st_mode)) return EISDIR;
+        if (!S_ISREG(existing.st_mode)) return EINVAL;  // a device, a FIFO, a socket
+        mode = existing.st_mode & 07777;
+    } else if (errno == ENOENT) {
+        mode = 0666 & ~current_umask();
+    } else {
+        return errno;
     }
+
+    const std::string directory = directory_of(target);
+    TemporaryFile temporary;
+    int code = temporary.create(directory);
+    if (code == 0) code = write_all(temporary.fd(), content);
+    // The final bits only once the content is complete, and synced with it.
+    if (code == 0 && ::fchmod(temporary.fd(), mode) != 0) code = errno;
+    if (code == 0 && ::fsync(temporary.fd()) != 0) code = errno;
+    if (code == 0) code = temporary.name_and_close(directory);
+    if (code == 0) code = temporary.rename_to(target);
+    if (code != 0) return code;
     // The rename is only durable once the directory entry is on disk.
-    return sync_directory(directory_of(target));
+    return sync_directory(directory);
+}
+
+// Creates the file in `directory`, unnamed where the file system allows it.
+int TemporaryFile::create(const std::string& directory) {
+#ifdef O_TMPFILE
+    fd_ = open_retrying(directory.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
+    if (fd_ >= 0) {
+        // linkat() will name it through /proc/self/fd, which a chroot or a
+        // bare container may lack: make sure that leads to this very file.
+        struct stat file {};
+        struct stat through_proc {};
+        if (::fstat(fd_, &file) == 0 && ::stat(proc_fd_path(fd_).c_str(), &through_proc) == 0 &&
+            file.st_dev == through_proc.st_dev && file.st_ino == through_proc.st_ino) {
+            return 0;
+        }
+        ::close(fd_);
+        fd_ = -1;
+    } else if (errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL) {
+        return errno;  // ENOENT, EACCES, ... which a named file would meet as well
+    }
+#endif
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        std::string path = temporary_path(directory);
+        fd_ = open_retrying(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+        if (fd_ >= 0) {
+            path_ = std::move(path);
+            return 0;
+        }
+        if (errno != EEXIST) return errno;
+    }
+    return EEXIST;
+}
+
+// Gives an unnamed file a fresh name in `directory`, then closes it: some
+// file systems report a delayed write error only on close.
+int TemporaryFile::name_and_close(const std::string& directory) {
+    for (int attempt = 0; path_.empty(); ++attempt) {
+        std::string path = temporary_path(directory);
+        if (::linkat(AT_FDCWD, proc_fd_path(fd_).c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0) {
+            path_ = std::move(path);
+        } else if (errno != EEXIST || attempt == 100) {
+            return errno;
+        }
+    }
+    return ::close(std::exchange(fd_, -1)) == 0 ? 0 : errno;
+}
+
+int TemporaryFile::rename_to(const std::string& target) {
+    if (::rename(path_.c_str(), target.c_str()) != 0) return errno;
+    path_.clear();  // the name is the target's now
+    return 0;
 }
 
 // Follows a chain of symbolic links to its end, which may not exist yet. A
@@ -154,6 +236,26 @@ std::string directory_of(const std::string& path) {
     return path.substr(0, slash);
 }
 
+// The process's umask, read without changing it where Linux shows it in
+// /proc/self/status (4.7 and later). Elsewhere it can only be read by setting
+// it; the interim 077 makes a file another thread creates in that instant
+// private to its owner at worst, never open to others.
+mode_t current_umask() {
+    try {
+        const std::string status = read_text_file("/proc/self/status");
+        const std::string::size_type at = status.find("\nUmask:");
+        if (at != std::string::npos) {
+            return static_cast<mode_t>(std::strtoul(status.c_str() + at + 7, nullptr, 8)) & 0777;
+        }
+    } catch (const std::system_error&) {
+    }
+    const mode_t mask = ::umask(077);
+    ::umask(mask);
+    return mask;
+}
+
+std::string proc_fd_path(int fd) { return "/proc/self/fd/" + std::to_string(fd); }
+
 // A fresh ".vesk-<16 hex digits>.tmp" in `directory`. The name is short
 // and not made from the target's, so that it fits beside any legal name;
 // the caller still has to create it exclusively.
@@ -169,18 +271,6 @@ std::string temporary_path(const std::string& directory) {
     char name[32];
     std::snprintf(name, sizeof name, "/.vesk-%016llx.tmp", static_cast<unsigned long long>(x));
     return directory + name;
-}
-
-// Creates a new temporary file beside the target. Mode 0666 lets the
-// process umask decide the bits of a new file, as for any other new file.
-int create_temporary(const std::string& target, std::string& temporary_path_out) {
-    const std::string directory = directory_of(target);
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        temporary_path_out = temporary_path(directory);
-        int fd = ::open(temporary_path_out.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (fd >= 0 || (errno != EEXIST && errno != EINTR)) return fd;
-    }
-    return -1;
 }
 
 // Holds SIGXFSZ back from the calling thread while it writes, so that a

@@ -5,12 +5,15 @@
 #include <dirent.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <pthread.h>
 #include <unistd.h>
 
+#include <climits>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
@@ -189,6 +192,77 @@ TEST(write_text_file_atomic, fails_with_the_system_reason_when_space_runs_out) {
         else EXPECT_EQ(status, c.reason) << c.name << " (153: ended by SIGXFSZ)";
     }
     if (!mounted) GTEST_SKIP() << "\n*** SKIPPED the full file system: cannot mount a tmpfs here ***";
+}
+
+// Runs `body` in a traced child and collects, at the entry of each of its
+// write(2) calls to a file in `directory`, that file's permission bits: what
+// another user could open while the content is on its way. Answers the
+// child's exit status, or -1 when it cannot be traced here.
+int modes_while_writing(const std::string& directory, const std::function<int()>& body,
+                        std::vector<mode_t>& modes) {
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        if (::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) ::_exit(255);
+        ::raise(SIGSTOP);  // waits for the tracer
+        ::_exit(body());
+    }
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    if (!WIFSTOPPED(status)) return -1;
+    ::ptrace(PTRACE_SETOPTIONS, pid, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL);
+    long signal = 0;
+    while (::ptrace(PTRACE_SYSCALL, pid, nullptr, signal) == 0 && ::waitpid(pid, &status, 0) == pid &&
+           WIFSTOPPED(status)) {
+        signal = WSTOPSIG(status) == (SIGTRAP | 0x80) ? 0 : WSTOPSIG(status);
+        __ptrace_syscall_info info {};
+        if (signal != 0 || ::ptrace(PTRACE_GET_SYSCALL_INFO, pid, sizeof info, &info) <= 0 ||
+            info.op != PTRACE_SYSCALL_INFO_ENTRY || info.entry.nr != SYS_write) {
+            continue;
+        }
+        const std::string fd = "/proc/" + std::to_string(pid) + "/fd/" + std::to_string(info.entry.args[0]);
+        char name[PATH_MAX];
+        const ssize_t n = ::readlink(fd.c_str(), name, sizeof name);
+        struct stat file {};
+        if (n > 0 && std::string(name, static_cast<std::size_t>(n)).rfind(directory + "/", 0) == 0 &&
+            ::stat(fd.c_str(), &file) == 0) {
+            modes.push_back(file.st_mode & 07777);
+        }
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+// A 0600 file is replaced without its new content ever being readable by
+// others, and a new file gets 0666 less the umask. The second round hides
+// /proc, as a chroot or a bare container may, which the write works without.
+TEST(write_text_file_atomic, never_shows_the_content_wider_than_the_target_allows) {
+    for (const bool hide_proc : {false, true}) {
+        SCOPED_TRACE(hide_proc ? "without /proc" : "with /proc");
+        TempDir dir;
+        const std::string secret = dir.write("secret.mop", "old\n");
+        ASSERT_EQ(::chmod(secret.c_str(), 0600), 0);
+        const std::string fresh = dir.path() + "/fresh.mop";
+        std::vector<mode_t> modes;
+        const int status = modes_while_writing(dir.path(), [&] {
+            if (hide_proc && (::unshare(CLONE_NEWNS) != 0 ||
+                              ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+                              ::mount("tmpfs", "/proc", "tmpfs", 0, nullptr) != 0)) {
+                return 254;
+            }
+            ::umask(027);
+            return write_text_file_atomic(secret, std::string(1 << 20, 's')) &&
+                           write_text_file_atomic(fresh, "new\n")
+                       ? 0 : 1;
+        }, modes);
+        if (status == -1) GTEST_SKIP() << "\n*** SKIPPED: cannot trace a child process here ***";
+        if (status == 254) GTEST_SKIP() << "\n*** SKIPPED without /proc: cannot mount over it here ***";
+        ASSERT_EQ(status, 0);
+        EXPECT_THAT(modes, testing::AllOf(testing::SizeIs(testing::Ge(2u)), testing::Each(0600u)));
+        struct stat info {};
+        EXPECT_TRUE(::stat(secret.c_str(), &info) == 0 && (info.st_mode & 07777) == 0600);
+        EXPECT_TRUE(::stat(fresh.c_str(), &info) == 0 && (info.st_mode & 07777) == 0640);
+        EXPECT_EQ(read_text_file(secret), std::string(1 << 20, 's'));
+        EXPECT_EQ(dir.entries(), (std::vector<std::string>{"fresh.mop", "secret.mop"}));
+    }
 }
 
 TEST(write_text_file_atomic, keeps_the_old_file_in_a_read_only_directory) {
