@@ -30,7 +30,7 @@ mode_t current_umask();
 std::string temporary_path(const std::string& directory);
 std::string proc_fd_path(int fd);
 int write_all(int fd, std::string_view content) noexcept;
-int sync_directory(const std::string& directory) noexcept;
+void sync_directory(const std::string& directory) noexcept;
 
 // Closes a descriptor on every way out.
 class Descriptor {
@@ -156,8 +156,9 @@ int replace_file(const std::string& path, std::string_view content) {
     if (code == 0) code = temporary.name_and_close(directory);
     if (code == 0) code = temporary.rename_to(target);
     if (code != 0) return code;
-    // The rename is only durable once the directory entry is on disk.
-    return sync_directory(directory);
+    // The target holds the new content now, whatever follows.
+    sync_directory(directory);
+    return 0;
 }
 
 // Creates the file in `directory`, unnamed where the file system allows it.
@@ -324,12 +325,14 @@ int write_all(int fd, std::string_view content) noexcept {
     return 0;
 }
 
-int sync_directory(const std::string& directory) noexcept {
-    int fd = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0) return errno;
-    int code = ::fsync(fd) == 0 ? 0 : errno;
+// The rename is only durable once the directory entry is on disk. This is
+// best effort: a directory the process may write but not read (mode 0300)
+// cannot be opened, and a failure here cannot take the rename back.
+void sync_directory(const std::string& directory) noexcept {
+    const int fd = open_retrying(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0);
+    if (fd < 0) return;
+    ::fsync(fd);
     ::close(fd);
-    return code;
 }
 
 }  // namespace
