@@ -72,6 +72,39 @@ private:
     std::string path_;  // empty while the file has no name
 };
 
+// Holds SIGXFSZ back from the calling thread while it writes, so that a
+// write past RLIMIT_FSIZE fails with EFBIG instead of ending the process.
+// The signal such a write raised is taken back before the old mask returns;
+// one that was pending already is left for its owner. No disposition changes.
+class FileSizeSignalBlock {
+public:
+    FileSizeSignalBlock() noexcept {
+        ::sigemptyset(&signal_);
+        ::sigaddset(&signal_, SIGXFSZ);
+        blocked_ = ::pthread_sigmask(SIG_BLOCK, &signal_, &previous_) == 0;
+        sigset_t pending;
+        was_pending_ = ::sigpending(&pending) == 0 && ::sigismember(&pending, SIGXFSZ) == 1;
+    }
+    FileSizeSignalBlock(const FileSizeSignalBlock&) = delete;
+    FileSizeSignalBlock& operator=(const FileSizeSignalBlock&) = delete;
+    ~FileSizeSignalBlock() {
+        if (blocked_) ::pthread_sigmask(SIG_SETMASK, &previous_, nullptr);
+    }
+    // After a write failed with EFBIG.
+    void discard_raised() noexcept {
+        if (!blocked_ || was_pending_) return;
+        const struct timespec now {};
+        while (::sigtimedwait(&signal_, nullptr, &now) < 0 && errno == EINTR) {
+        }
+    }
+
+private:
+    sigset_t signal_{};
+    sigset_t previous_{};
+    bool blocked_ = false;
+    bool was_pending_ = false;
+};
+
 }  // namespace
 
 std::string read_text_file(const std::string& path) {
@@ -273,39 +306,6 @@ std::string temporary_path(const std::string& directory) {
     std::snprintf(name, sizeof name, "/.vesk-%016llx.tmp", static_cast<unsigned long long>(x));
     return directory + name;
 }
-
-// Holds SIGXFSZ back from the calling thread while it writes, so that a
-// write past RLIMIT_FSIZE fails with EFBIG instead of ending the process.
-// The signal such a write raised is taken back before the old mask returns;
-// one that was pending already is left for its owner. No disposition changes.
-class FileSizeSignalBlock {
-public:
-    FileSizeSignalBlock() noexcept {
-        ::sigemptyset(&signal_);
-        ::sigaddset(&signal_, SIGXFSZ);
-        blocked_ = ::pthread_sigmask(SIG_BLOCK, &signal_, &previous_) == 0;
-        sigset_t pending;
-        was_pending_ = ::sigpending(&pending) == 0 && ::sigismember(&pending, SIGXFSZ) == 1;
-    }
-    FileSizeSignalBlock(const FileSizeSignalBlock&) = delete;
-    FileSizeSignalBlock& operator=(const FileSizeSignalBlock&) = delete;
-    ~FileSizeSignalBlock() {
-        if (blocked_) ::pthread_sigmask(SIG_SETMASK, &previous_, nullptr);
-    }
-    // After a write failed with EFBIG.
-    void discard_raised() noexcept {
-        if (!blocked_ || was_pending_) return;
-        const struct timespec now {};
-        while (::sigtimedwait(&signal_, nullptr, &now) < 0 && errno == EINTR) {
-        }
-    }
-
-private:
-    sigset_t signal_{};
-    sigset_t previous_{};
-    bool blocked_ = false;
-    bool was_pending_ = false;
-};
 
 int write_all(int fd, std::string_view content) noexcept {
     FileSizeSignalBlock file_size_signal;
