@@ -2,14 +2,19 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <dirent.h>
+#include <grp.h>
+#include <pthread.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <climits>
 #include <csignal>
-#include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <string>
@@ -23,6 +28,17 @@ namespace vesk::core::fs {
 namespace {
 
 using vesk::test_support::TempDir;
+using Names = std::vector<std::string>;
+
+mode_t bits_of(const std::string& path) {
+    struct stat info {};
+    return ::stat(path.c_str(), &info) == 0 ? info.st_mode & 07777 : 0;
+}
+
+bool is_link(const std::string& path) {
+    struct stat info {};
+    return ::lstat(path.c_str(), &info) == 0 && S_ISLNK(info.st_mode);
+}
 
 TEST(read_text_file, returns_every_byte) {
     TempDir dir;
@@ -57,17 +73,19 @@ TEST(read_text_file, names_the_path_and_the_reason) {
 
 TEST(write_text_file_atomic, creates_and_replaces_keeping_permission_bits) {
     TempDir dir;
-    const std::string path = dir.path() + "/new.mop";
-    ASSERT_TRUE(write_text_file_atomic(path, "first\n"));
-    EXPECT_EQ(read_text_file(path), "first\n");
-
-    ASSERT_EQ(::chmod(path.c_str(), 0640), 0);
-    ASSERT_TRUE(write_text_file_atomic(path, std::string("second\0\n", 8)));
-    EXPECT_EQ(read_text_file(path), std::string("second\0\n", 8));
-    struct stat info {};
-    ASSERT_EQ(::stat(path.c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 07777, 0640u);
-    EXPECT_EQ(dir.entries(), std::vector<std::string>{"new.mop"});
+    // Up to the longest name a directory entry can have (NAME_MAX, 255 bytes).
+    for (const std::string& name : {std::string("new.mop"), std::string(250, 'n'), std::string(255, 'x')}) {
+        SCOPED_TRACE(name.size());
+        const std::string path = dir.path() + "/" + name;
+        ASSERT_TRUE(write_text_file_atomic(path, "first\n"));
+        EXPECT_EQ(read_text_file(path), "first\n");
+        ASSERT_EQ(::chmod(path.c_str(), 0640), 0);
+        ASSERT_TRUE(write_text_file_atomic(path, std::string("second\0\n", 8)));
+        EXPECT_EQ(read_text_file(path), std::string("second\0\n", 8));
+        EXPECT_EQ(bits_of(path), 0640u);
+        EXPECT_EQ(dir.entries(), Names{name});
+        ::unlink(path.c_str());
+    }
 }
 
 TEST(write_text_file_atomic, writes_through_a_symbolic_link) {
@@ -76,65 +94,191 @@ TEST(write_text_file_atomic, writes_through_a_symbolic_link) {
     const std::string link = dir.path() + "/link.mop";
     ASSERT_EQ(::symlink("real.mop", link.c_str()), 0);
     ASSERT_TRUE(write_text_file_atomic(link, "new\n"));
-    struct stat info {};
-    ASSERT_EQ(::lstat(link.c_str(), &info), 0);
-    EXPECT_TRUE(S_ISLNK(info.st_mode));
+    EXPECT_TRUE(is_link(link));
     EXPECT_EQ(read_text_file(real), "new\n");
-    EXPECT_EQ(dir.entries(), (std::vector<std::string>{"link.mop", "real.mop"}));
+    EXPECT_EQ(dir.entries(), (Names{"link.mop", "real.mop"}));
 }
 
-TEST(write_text_file_atomic, refuses_paths_it_cannot_replace) {
+TEST(write_text_file_atomic, refuses_paths_it_cannot_replace_and_says_why) {
     TempDir dir;
-    ::mkdir((dir.path() + "/sub").c_str(), 0755);
-    EXPECT_FALSE(write_text_file_atomic("", "x"));
-    EXPECT_FALSE(write_text_file_atomic(dir.path() + "/no/such/dir/f.mop", "x"));
-    EXPECT_FALSE(write_text_file_atomic(dir.path() + "/sub", "x"));
-    EXPECT_EQ(dir.entries(), std::vector<std::string>{"sub"});
+    const std::string at = dir.path() + "/";
+    ::mkdir((at + "sub").c_str(), 0755);
+    ::mkdir((at + "chain").c_str(), 0755);
+    for (int i = 0; i <= 40; ++i) {  // 41 links to a missing file: one more than the kernel follows
+        ASSERT_EQ(::symlink(std::to_string(i + 1).c_str(), (at + "chain/" + std::to_string(i)).c_str()), 0);
+    }
+    ASSERT_EQ(::symlink("loop", (at + "loop").c_str()), 0);
+    ASSERT_EQ(::symlink("ping", (at + "pong").c_str()), 0);
+    ASSERT_EQ(::symlink("pong", (at + "ping").c_str()), 0);
+    const std::pair<std::string, int> cases[] = {
+        {"", ENOENT},          {at + "no/such/dir/f.mop", ENOENT}, {at + "sub", EISDIR},
+        {at + "loop", ELOOP},  {at + "ping", ELOOP},               {at + "chain/0", ELOOP},
+    };
+    for (const auto& [path, reason] : cases) {
+        std::error_code error;
+        EXPECT_FALSE(write_text_file_atomic(path, "x", error)) << path;
+        EXPECT_EQ(error, std::error_code(reason, std::generic_category())) << path;
+    }
+    EXPECT_EQ(dir.entries(), (Names{"chain", "loop", "ping", "pong", "sub"}));
+    EXPECT_TRUE(is_link(at + "loop") && is_link(at + "ping") && is_link(at + "chain/40"));
 }
 
-// Runs `body` in a child process and answers its exit status; used for
-// faults that change process-wide state (limits, signals, user id).
-int in_child(const std::function<int()>& body) {
-    pid_t pid = ::fork();
-    if (pid == 0) ::_exit(body());
+// Runs `body` in a child process and answers its exit status (128 + the
+// signal that ended it); for faults that change process-wide state. With
+// `modes` the child is traced: at the entry of each of its write(2) calls to
+// a file in `directory`, the bits of that file are collected, what another
+// user could open while the content is on its way. -1: it cannot be traced.
+int in_child(const std::function<int()>& body, const std::string& directory = "",
+             std::vector<mode_t>* modes = nullptr) {
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        if (modes && (::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0 || ::raise(SIGSTOP) != 0)) ::_exit(255);
+        ::_exit(body());
+    }
     int status = 0;
     ::waitpid(pid, &status, 0);
+    if (modes && !WIFSTOPPED(status)) return -1;
+    if (modes) ::ptrace(PTRACE_SETOPTIONS, pid, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL);
+    for (long signal = 0; WIFSTOPPED(status) && ::ptrace(PTRACE_SYSCALL, pid, nullptr, signal) == 0 &&
+                          ::waitpid(pid, &status, 0) == pid;) {
+        signal = WSTOPSIG(status) == (SIGTRAP | 0x80) ? 0 : WSTOPSIG(status);
+        __ptrace_syscall_info call {};
+        if (signal != 0 || ::ptrace(PTRACE_GET_SYSCALL_INFO, pid, sizeof call, &call) <= 0 ||
+            call.op != PTRACE_SYSCALL_INFO_ENTRY || call.entry.nr != SYS_write) {
+            continue;
+        }
+        const std::string fd = "/proc/" + std::to_string(pid) + "/fd/" + std::to_string(call.entry.args[0]);
+        char name[PATH_MAX];
+        const ssize_t n = ::readlink(fd.c_str(), name, sizeof name);
+        if (n > 0 && std::string(name, static_cast<std::size_t>(n)).rfind(directory + "/", 0) == 0) {
+            modes->push_back(bits_of(fd));
+        }
+    }
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-TEST(write_text_file_atomic, keeps_the_old_file_when_the_size_limit_is_hit) {
-    TempDir dir;
-    const std::string path = dir.write("target.mop", "old bytes\n");
-    const std::string big(64 * 1024, 'x');
-    int status = in_child([&] {
-        std::signal(SIGXFSZ, SIG_IGN);  // else the kernel ends the process at the limit
-        struct rlimit limit {4096, 4096};
-        if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) return 3;
-        return write_text_file_atomic(path, big) ? 1 : 0;
-    });
-    EXPECT_EQ(status, 0) << "the write past RLIMIT_FSIZE was not refused";
-    EXPECT_EQ(read_text_file(path), "old bytes\n");
-    EXPECT_EQ(dir.entries(), std::vector<std::string>{"target.mop"});
+// Mounts a tmpfs over `where`, seen by this (child) process alone.
+bool mount_private_tmpfs(const char* where, const char* options) {
+    return ::unshare(CLONE_NEWNS) == 0 && ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           ::mount("tmpfs", where, "tmpfs", 0, options) == 0;
 }
 
-TEST(write_text_file_atomic, keeps_the_old_file_in_a_read_only_directory) {
-    TempDir dir;
-    const std::string sub = dir.path() + "/ro";
-    ASSERT_EQ(::mkdir(sub.c_str(), 0755), 0);
-    const std::string path = sub + "/target.mop";
-    std::ofstream(path) << "old bytes\n";
-    ASSERT_EQ(::chmod(path.c_str(), 0666), 0);
-    ASSERT_EQ(::chmod(sub.c_str(), 0555), 0);
-    // Root ignores directory permissions, so the write runs as an unprivileged user.
-    int status = in_child([&] {
-        if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0)) return 3;
-        return write_text_file_atomic(path, "new bytes\n") ? 1 : 0;
-    });
-    ::chmod(sub.c_str(), 0755);
-    if (status == 3) GTEST_SKIP() << "\n*** SKIPPED: cannot drop to an unprivileged user to test a read-only directory ***";
-    EXPECT_EQ(status, 0) << "the write into a read-only directory was not refused";
-    EXPECT_EQ(read_text_file(path), "old bytes\n");
-    EXPECT_EQ(TempDir::list(sub), std::vector<std::string>{"target.mop"});
+// Each case limits the space in a child, writes the old file there and
+// replaces it; SIGXFSZ keeps its default action (the end of the process).
+// The child answers the write's error; 250 when the old file changed, a
+// temporary stayed, or SIGXFSZ's blocked or pending state changed; 254 when
+// the limit cannot be set up here.
+TEST(write_text_file_atomic, fails_with_the_system_reason_when_space_runs_out) {
+    const auto size_limit = [](const std::string&) {
+        struct rlimit limit {4096, 4096};
+        return ::setrlimit(RLIMIT_FSIZE, &limit) == 0;
+    };
+    const struct {
+        const char* name;
+        int reason;
+        std::function<bool(const std::string&)> limit;
+    } cases[] = {
+        {"file-size limit", EFBIG, size_limit},
+        {"file-size limit, SIGXFSZ pending already", EFBIG,
+         [&](const std::string& directory) {
+             sigset_t set;
+             ::sigemptyset(&set);
+             ::sigaddset(&set, SIGXFSZ);
+             return ::pthread_sigmask(SIG_BLOCK, &set, nullptr) == 0 && ::raise(SIGXFSZ) == 0 &&
+                    size_limit(directory);
+         }},
+        {"full 64 KiB tmpfs", ENOSPC,
+         [](const std::string& directory) { return mount_private_tmpfs(directory.c_str(), "size=64k"); }},
+    };
+    bool mounted = true;
+    for (const auto& c : cases) {
+        TempDir dir;
+        const int status = in_child([&] {
+            if (!c.limit(dir.path())) return 254;
+            const std::string path = dir.write("target.mop", "old bytes\n");
+            sigset_t before, after, pending;
+            ::pthread_sigmask(SIG_BLOCK, nullptr, &before);
+            std::error_code error;
+            write_text_file_atomic(path, std::string(1 << 20, 'x'), error);
+            ::pthread_sigmask(SIG_BLOCK, nullptr, &after);
+            ::sigpending(&pending);
+            const int blocked = ::sigismember(&before, SIGXFSZ);  // and pending in the second case
+            const bool kept = ::sigismember(&after, SIGXFSZ) == blocked &&
+                              ::sigismember(&pending, SIGXFSZ) == blocked &&
+                              read_text_file(path) == "old bytes\n" && dir.entries() == Names{"target.mop"};
+            return kept ? error.value() : 250;
+        });
+        if (status == 254 && c.reason == ENOSPC) {
+            mounted = false;
+        } else {
+            EXPECT_EQ(status, c.reason) << c.name << " (153: ended by SIGXFSZ)";
+        }
+    }
+    if (!mounted) GTEST_SKIP() << "\n*** SKIPPED the full file system: cannot mount a tmpfs here ***";
+}
+
+// A 0600 file is replaced without its new content ever being open to
+// others, and a new file gets 0666 less the umask. The second round hides
+// /proc, as a chroot or a bare container may, which the write does without.
+TEST(write_text_file_atomic, never_shows_the_content_wider_than_the_target_allows) {
+    for (const bool hide_proc : {false, true}) {
+        SCOPED_TRACE(hide_proc ? "without /proc" : "with /proc");
+        TempDir dir;
+        const std::string secret = dir.write("secret.mop", "old\n");
+        ASSERT_EQ(::chmod(secret.c_str(), 0600), 0);
+        const std::string fresh = dir.path() + "/fresh.mop";
+        std::vector<mode_t> modes;
+        const int status = in_child([&] {
+            if (hide_proc && !mount_private_tmpfs("/proc", nullptr)) return 254;
+            ::umask(027);
+            const bool written = write_text_file_atomic(secret, std::string(1 << 20, 's')) &&
+                                 write_text_file_atomic(fresh, "new\n");
+            return written ? 0 : 1;
+        }, dir.path(), &modes);
+        if (status == -1) GTEST_SKIP() << "\n*** SKIPPED: cannot trace a child process here ***";
+        if (status == 254) GTEST_SKIP() << "\n*** SKIPPED without /proc: cannot mount over it here ***";
+        ASSERT_EQ(status, 0);
+        EXPECT_THAT(modes, testing::AllOf(testing::SizeIs(testing::Ge(2u)), testing::Each(0600u)));
+        EXPECT_EQ(bits_of(secret), 0600u);
+        EXPECT_EQ(bits_of(fresh), 0640u);
+        EXPECT_EQ(read_text_file(secret), std::string(1 << 20, 's'));
+        EXPECT_EQ(dir.entries(), (Names{"fresh.mop", "secret.mop"}));
+    }
+}
+
+// Directory permissions bind an unprivileged user only: as root, the write
+// runs in a child that drops to nobody (65534). Without write permission
+// nothing changes. Without read permission the directory cannot be opened
+// to sync it, but the file has been replaced, and the answer says so.
+TEST(write_text_file_atomic, answers_what_the_directory_permissions_allow) {
+    const struct {
+        mode_t mode;
+        int reason;
+        const char* content;
+    } cases[] = {{0555, EACCES, "old bytes\n"}, {0300, 0, "new bytes\n"}};
+    const bool root = ::geteuid() == 0;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << "mode " << std::oct << c.mode);
+        TempDir dir;
+        const std::string sub = dir.path() + "/sub";
+        const std::string path = sub + "/target.mop";
+        ASSERT_EQ(::mkdir(sub.c_str(), 0755), 0);
+        std::ofstream(path) << "old bytes\n";
+        ASSERT_EQ(::chmod(path.c_str(), 0666), 0);
+        ASSERT_TRUE(!root || ::chown(sub.c_str(), 65534, 65534) == 0);  // the writer's own directory
+        ASSERT_EQ(::chmod(sub.c_str(), c.mode), 0);
+        const int status = in_child([&] {
+            if (root && (::setgroups(0, nullptr) != 0 || ::setgid(65534) != 0 || ::setuid(65534) != 0)) return 255;
+            std::error_code error;
+            write_text_file_atomic(path, "new bytes\n", error);
+            return error.value();
+        });
+        ::chmod(sub.c_str(), 0755);
+        if (status == 255) GTEST_SKIP() << "\n*** SKIPPED: cannot drop to an unprivileged user (65534) ***";
+        EXPECT_EQ(status, c.reason);
+        EXPECT_EQ(read_text_file(path), c.content);
+        EXPECT_EQ(TempDir::list(sub), Names{"target.mop"});
+    }
 }
 
 }  // namespace
