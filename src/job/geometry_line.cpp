@@ -20,9 +20,12 @@ constexpr double deuterium_mass = 2.014;
 constexpr double tritium_mass = 3.016;
 
 bool is_blank_text(std::string_view view) noexcept;
+bool holds_next(std::string_view view) noexcept;
 bool has_letter(std::string_view text) noexcept;
 bool has_digit(std::string_view text) noexcept;
-constexpr bool is_exponent_or_sign(char c) noexcept { return c == 'E' || c == 'D' || c == '-' || c == '+'; }
+constexpr bool is_exponent_or_sign(char c) noexcept {
+    return c == 'E' || c == 'e' || c == 'D' || c == 'd' || c == '-' || c == '+';
+}
 std::string_view trim(std::string_view text) noexcept;
 
 }  // namespace
@@ -33,7 +36,7 @@ LineKind GeometryLineReader::read(std::string_view view, std::size_t atoms_befor
     extra_ = {};
     atom = ParsedAtom{};
     view_ = view.substr(0, geometry_line_limit);
-    if (is_blank_text(view_) || contains_upper(view_, " NEXT")) return LineKind::end;
+    if (is_blank_text(view_) || holds_next(view_)) return LineKind::end;
     const std::string_view trimmed = trim(view_);
     if (trimmed == "$coord" || trimmed == "$end") return LineKind::skip;
     // PDB text among the first atoms hands the geometry to the PDB reader.
@@ -43,11 +46,10 @@ LineKind GeometryLineReader::read(std::string_view view, std::size_t atoms_befor
     }
 
     // Commas are blanks; the label is cut out without leaving a blank, so
-    // "Cl(on C5)34.96885" reads as "Cl34.96885".
-    line_.assign(view_);
-    for (char& c : line_) {
-        if (c == ',') c = ' ';
-    }
+    // "Cl(on C5)34.96885" reads as "Cl34.96885". Case matters nowhere below:
+    // symbols are looked up in any case, numbers take e, E, d and D.
+    line_.resize(view_.size());
+    for (std::size_t i = 0; i < view_.size(); ++i) line_[i] = view_[i] == ',' ? ' ' : view_[i];
     label_at_ = std::string::npos;
     label_size_ = 0;
     const std::size_t open = line_.find('(');
@@ -69,7 +71,6 @@ LineKind GeometryLineReader::read(std::string_view view, std::size_t atoms_befor
         }
         last_label_length_ = label_.size();
     }
-    for (char& c : line_) c = to_upper(c);
     split_fields();
     atom.field_count = fields_.size();
     if (fields_.empty()) {
@@ -87,7 +88,7 @@ LineKind GeometryLineReader::read(std::string_view view, std::size_t atoms_befor
         (field(4).size() == 1 || is_letter(field(4)[1]))) {
         atom.xyz_element = true;
         int number = atomic_number_of(field(4));
-        if (number == 0 && field(4)[0] == 'X') number = dummy_atom;
+        if (number == 0 && to_upper(field(4)[0]) == 'X') number = dummy_atom;
         if (number == 0) report(Issue::unknown_element, view_offset(fields_[3].begin), std::string(field(4)));
         atom.atomic_number = number;
         for (int axis = 0; axis < 3; ++axis) atom.values[axis] = number_at(static_cast<std::size_t>(axis) + 1);
@@ -264,12 +265,12 @@ bool GeometryLineReader::read_element(ParsedAtom& atom) {
         if (first.size() > 1 && is_digit(first[1])) symbol = first.substr(0, 1);
     }
     int number = atomic_number_of(symbol);
-    if (number == 0 && symbol[0] == 'X') number = dummy_atom;
-    if (number == 0 && symbol == "D") {
+    if (number == 0 && to_upper(symbol[0]) == 'X') number = dummy_atom;
+    if (number == 0 && symbol.size() == 1 && to_upper(symbol[0]) == 'D') {
         number = 1;
         if (atom.isotope_mass == 0.0) atom.isotope_mass = deuterium_mass;
     }
-    if (number == 0 && symbol == "T") {
+    if (number == 0 && symbol.size() == 1 && to_upper(symbol[0]) == 'T') {
         number = 1;
         if (atom.isotope_mass == 0.0) atom.isotope_mass = tritium_mass;
     }
@@ -280,6 +281,7 @@ bool GeometryLineReader::read_element(ParsedAtom& atom) {
         report(Issue::unknown_element, offset, std::move(shown));
     }
     atom.atomic_number = number;
+    if (number >= dummy_atom) atom.isotope_mass = 0.0;  // a mass means nothing to dummies and sparkles
     return true;
 }
 
@@ -326,6 +328,17 @@ bool is_blank_text(std::string_view view) noexcept {
         if (c != ' ') return false;
     }
     return true;
+}
+
+// " NEXT" in any case, with the blank in front.
+bool holds_next(std::string_view view) noexcept {
+    for (std::size_t at = view.find(' '); at != std::string_view::npos && view.size() - at >= 5; at = view.find(' ', at + 1)) {
+        if (to_upper(view[at + 1]) == 'N' && to_upper(view[at + 2]) == 'E' && to_upper(view[at + 3]) == 'X' &&
+            to_upper(view[at + 4]) == 'T') {
+            return true;
+        }
+    }
+    return false;
 }
 
 bool has_letter(std::string_view text) noexcept {

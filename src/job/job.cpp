@@ -55,6 +55,17 @@ std::vector<JobAtom> MopacJob::atoms(std::size_t job) const {
 
 vesk::core::Geometry MopacJob::geometry(std::size_t job) const {
     vesk::core::Geometry geometry;
+    if (job < placed_.size() && !placed_[job].empty()) {
+        std::size_t kept = 0;
+        for (const Placed& atom : placed_[job]) kept += detail::is_kept_atom(atom.atomic_number);
+        geometry.atoms.reserve(kept);
+        for (const Placed& atom : placed_[job]) {
+            if (!detail::is_kept_atom(atom.atomic_number)) continue;
+            geometry.atoms.emplace_back(std::string(detail::element_symbol(atom.atomic_number)), atom.position[0],
+                                        atom.position[1], atom.position[2]);
+        }
+        return geometry;
+    }
     std::vector<detail::ParsedAtom> atoms;
     std::vector<detail::Position> positions;
     if (!place_job(*this, job, atoms, positions)) return geometry;
@@ -71,6 +82,12 @@ vesk::core::Geometry MopacJob::geometry(std::size_t job) const {
 
 std::vector<std::array<double, 3>> MopacJob::translation_vectors(std::size_t job) const {
     std::vector<std::array<double, 3>> vectors;
+    if (job < placed_.size() && !placed_[job].empty()) {
+        for (const Placed& atom : placed_[job]) {
+            if (atom.atomic_number == detail::translation_vector) vectors.push_back(atom.position);
+        }
+        return vectors;
+    }
     std::vector<detail::ParsedAtom> atoms;
     std::vector<detail::Position> positions;
     if (!place_job(*this, job, atoms, positions)) return vectors;
@@ -88,6 +105,11 @@ GeometrySettings geometry_settings(const Job& job) {
     settings.geo_ok = job.has_keyword("GEO-OK");
     settings.mopac = job.has_keyword("MOPAC");
     return settings;
+}
+
+double length_factor(const Job& job) {
+    if (!job.bohr) return 1.0;
+    return job.has_keyword("OLDFPC") ? old_bohr_in_angstrom : bohr_in_angstrom;
 }
 
 bool has_keyword_prefix(const Job& job, std::string_view prefix) noexcept {
@@ -154,7 +176,14 @@ void reread_atoms(const MopacJob& job, std::size_t job_index, bool with_symmetry
             out.connectivity[k] = atom.connectivity[k] > 0 ? static_cast<std::size_t>(atom.connectivity[k]) : 0;
         }
     }
-    if (!with_symmetry) return;
+    if (with_symmetry) apply_job_symmetry(job, job_index, atoms, faults);
+}
+
+void apply_job_symmetry(const MopacJob& job, std::size_t job_index, std::vector<ParsedAtom>& atoms,
+                        std::vector<SymmetryFault>* faults) {
+    const Job& current = job.jobs()[job_index];
+    const std::vector<JobLine>& lines = job.lines();
+    std::string scratch;
     double depvar = 1.0;
     if (const auto value = current.keyword_value("DEPVAR"); value && !value->empty()) {
         std::size_t end = 0;
@@ -204,9 +233,8 @@ bool place_job(const MopacJob& job, std::size_t job_index, std::vector<detail::P
         if (atom.atomic_number == 0) return false;
     }
     if (!detail::ill_defined_atoms(atoms).empty()) return false;
-    const double bohr = current.has_keyword("OLDFPC") ? detail::old_bohr_in_angstrom : detail::bohr_in_angstrom;
     std::size_t failed = 0;
-    return detail::place_atoms(atoms, current.bohr ? bohr : 1.0, positions, failed);
+    return detail::place_atoms(atoms, detail::length_factor(current), positions, failed);
 }
 
 }  // namespace

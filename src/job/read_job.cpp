@@ -185,6 +185,7 @@ std::size_t JobReader::take(LineRole role, std::size_t job_index) {
 }
 
 void JobReader::report(Issue issue, std::size_t line_index, std::size_t view_offset, std::string_view detail) {
+    if (detail::issue_info(issue).severity == Severity::error) ++errors;
     if (job.diagnostics_.size() >= listed_diagnostics) {
         ++unlisted;
         return;
@@ -268,6 +269,8 @@ void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
         current.geometry_begin = at_end() ? job.lines_.size() : data[next];
     }
 
+    const std::size_t errors_before = errors;
+    start_keeping();
     detail::GeometryLineReader reader(detail::geometry_settings(current));
     detail::ParsedAtom atom;
     std::size_t atoms = 0;
@@ -287,6 +290,7 @@ void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
         if (kind == detail::LineKind::end) break;
         if (kind == detail::LineKind::skip) continue;
         for (const detail::LineIssue& issue : reader.issues()) report(issue.issue, index, issue.offset, issue.detail);
+        keep(atom, index);
         ++atoms;
         GeometryCounts& counts = current.counts;
         const int number = atom.atomic_number;
@@ -330,11 +334,14 @@ void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
         for (const auto& [index, fields] : short_lines) report_line(Issue::short_line_in_zmatrix, index, std::to_string(fields));
     }
     read_data_behind_geometry(current, job_index, reaction_path);
-    check_geometry(current, job_index);
+    check_geometry(current, job_index, errors_before);
 }
 
 // PDB records, or a Gaussian Z-matrix with the values of its symbols behind it.
 void JobReader::read_foreign_geometry(Job& current, std::size_t job_index, bool pdb) {
+    const std::size_t errors_before = errors;
+    start_keeping();
+    kept_all = pdb;  // the values of a Z-matrix's symbols come later
     current.source = pdb ? GeometrySource::pdb : GeometrySource::gaussian;
     current.counts = GeometryCounts{};
     current.geometry_begin = at_end() ? job.lines_.size() : data[next];
@@ -366,6 +373,7 @@ void JobReader::read_foreign_geometry(Job& current, std::size_t job_index, bool 
             if (issue.issue != Issue::undefined_symbol) report(issue.issue, index, issue.offset, issue.detail);
         }
         if (!is_atom) continue;
+        keep(atom, index);
         ++atoms;
         GeometryCounts& counts = current.counts;
         const int number = atom.atomic_number;
@@ -396,17 +404,18 @@ void JobReader::read_foreign_geometry(Job& current, std::size_t job_index, bool 
             }
         }
         // Symbols without a value, now that the values are known.
+        std::size_t before = 0;
         for (std::size_t i = current.geometry_begin; i < current.geometry_end; ++i) {
             if (job.lines_[i].role != LineRole::geometry) continue;
             issues.clear();
-            detail::read_gaussian_line(view(i), 1 + (i - current.geometry_begin), &variables, atom, issues);
+            detail::read_gaussian_line(view(i), before++, &variables, atom, issues);
             for (const detail::LineIssue& issue : issues) {
                 if (issue.issue == Issue::undefined_symbol) report(issue.issue, i, issue.offset, issue.detail);
             }
         }
         read_data_behind_geometry(current, job_index, false);
     }
-    check_geometry(current, job_index);
+    check_geometry(current, job_index, errors_before);
 }
 
 // Symmetry data (SYMMETRY) up to a blank line or a line whose third number is
@@ -447,32 +456,67 @@ void JobReader::read_data_behind_geometry(Job& current, std::size_t job_index, b
     }
 }
 
+void JobReader::start_keeping() {
+    kept.clear();
+    kept_lines.clear();
+    kept_all = true;
+    kept_bytes = 0;
+}
+
+// Keeps an atom while the kept atoms take at most a few times the bytes of
+// their lines: a geometry of tiny lines is read again when it is needed.
+void JobReader::keep(const detail::ParsedAtom& atom, std::size_t line_index) {
+    if (!kept_all) return;
+    kept_bytes += job.lines_[line_index].length + 1;
+    if ((kept.size() + 1) * (sizeof(detail::ParsedAtom) + sizeof(std::size_t)) > 4 * kept_bytes + 4096) {
+        kept_all = false;
+        std::vector<detail::ParsedAtom>().swap(kept);
+        std::vector<std::size_t>().swap(kept_lines);
+        return;
+    }
+    kept.push_back(atom);
+    kept_lines.push_back(line_index);
+}
+
 // Faults that need the whole geometry: references to atoms that are not
 // placed yet, coincident reference atoms, symmetry lines naming no atom,
-// dummies with IRC or DRC.
-void JobReader::check_geometry(Job& current, std::size_t job_index) {
+// dummies with IRC or DRC. A geometry without faults keeps its placement.
+void JobReader::check_geometry(Job& current, std::size_t job_index, std::size_t errors_before) {
     const GeometryCounts& counts = current.counts;
     if (counts.dummies > 0 && !current.has_keyword("0SCF")) {
         for (const char* name : {"IRC", "DRC"}) {
             if (current.has_keyword(name)) report_line(Issue::dummies_with_irc_drc, current.first_keyword_line - 1);
         }
     }
+    if (job.placed_.size() <= job_index) job.placed_.resize(job_index + 1);
     const bool symmetry = detail::has_keyword_prefix(current, "SYMM") || current.has_keyword("SYM");
-    if (counts.internal == 0 && !symmetry) return;
+    if (!kept_all && counts.internal == 0 && !symmetry) return;
     std::vector<detail::ParsedAtom> atoms;
     std::vector<std::size_t> atom_lines;
-    std::vector<detail::SymmetryFault> faults;
-    detail::reread_atoms(job, job_index, symmetry, atoms, &atom_lines, nullptr, &faults);
-    for (const detail::SymmetryFault& fault : faults) report_line(Issue::bad_symmetry_line, fault.line_index, fault.reason);
+    if (kept_all) {
+        atoms.swap(kept);
+        atom_lines.swap(kept_lines);
+    } else {
+        detail::reread_atoms(job, job_index, false, atoms, &atom_lines, nullptr);
+    }
+    if (symmetry) {
+        std::vector<detail::SymmetryFault> faults;
+        detail::apply_job_symmetry(job, job_index, atoms, &faults);
+        for (const detail::SymmetryFault& fault : faults) report_line(Issue::bad_symmetry_line, fault.line_index, fault.reason);
+    }
     const std::vector<std::size_t> faulty = detail::ill_defined_atoms(atoms);
     for (std::size_t index : faulty) report_line(Issue::ill_defined_atom, atom_lines[index], std::to_string(index + 1));
-    if (!faulty.empty()) return;
+    if (!faulty.empty() || atoms.empty()) return;
     std::vector<detail::Position> positions;
     std::size_t failed = 0;
-    const double bohr = current.has_keyword("OLDFPC") ? detail::old_bohr_in_angstrom : detail::bohr_in_angstrom;
-    if (!detail::place_atoms(atoms, current.bohr ? bohr : 1.0, positions, failed)) {
+    if (!detail::place_atoms(atoms, detail::length_factor(current), positions, failed)) {
         report_line(Issue::coincident_atoms, atom_lines[failed], std::to_string(failed + 1));
+        return;
     }
+    if (errors != errors_before || !kept_all) return;
+    std::vector<MopacJob::Placed>& placed = job.placed_[job_index];
+    placed.reserve(atoms.size());
+    for (std::size_t i = 0; i < atoms.size(); ++i) placed.push_back({positions[i], atoms[i].atomic_number});
 }
 
 namespace {

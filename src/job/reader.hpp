@@ -27,6 +27,13 @@ struct JobReader {
     std::size_t next = 0;
     std::string scratch;
     std::size_t unlisted = 0;  // findings over the limit, counted only
+    std::size_t errors = 0;    // error findings so far
+    // The atoms of the geometry being read, kept for the checks and the
+    // placement unless they would take much more memory than their lines.
+    std::vector<detail::ParsedAtom> kept;
+    std::vector<std::size_t> kept_lines;
+    bool kept_all = true;
+    std::size_t kept_bytes = 0;
 
     bool at_end() const noexcept { return next >= data.size(); }
     std::string_view raw(std::size_t line_index) const noexcept;
@@ -42,7 +49,9 @@ struct JobReader {
     void read_inline_geometry(Job& current, std::size_t job_index);
     void read_foreign_geometry(Job& current, std::size_t job_index, bool pdb);
     void read_data_behind_geometry(Job& current, std::size_t job_index, bool reaction_path);
-    void check_geometry(Job& current, std::size_t job_index);
+    void start_keeping();
+    void keep(const detail::ParsedAtom& atom, std::size_t line_index);
+    void check_geometry(Job& current, std::size_t job_index, std::size_t errors_before);
 };
 
 namespace detail {
@@ -66,6 +75,13 @@ struct SymmetryFault {
 void reread_atoms(const MopacJob& job, std::size_t job_index, bool with_symmetry, std::vector<ParsedAtom>& atoms,
                   std::vector<std::size_t>* line_indices, std::vector<JobAtom>* described,
                   std::vector<SymmetryFault>* faults = nullptr);
+
+/// Applies the symmetry lines of a job to its atoms.
+void apply_job_symmetry(const MopacJob& job, std::size_t job_index, std::vector<ParsedAtom>& atoms,
+                        std::vector<SymmetryFault>* faults);
+
+/// The factor from the lengths of a job to Å: 1, or the Bohr radius.
+double length_factor(const Job& job);
 
 }  // namespace detail
 }  // namespace vesk::input::mopac

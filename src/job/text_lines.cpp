@@ -14,37 +14,42 @@ bool needs_rewrite(std::string_view line) noexcept;
 
 std::vector<JobLine> cut_mopac_lines(std::string_view text) {
     // Count first: one exact allocation instead of a doubling growth.
-    std::size_t count = 0;
-    for (char c : text) count += c == '\n' || c == '\r';
+    std::size_t ends = 0;
+    for (char mark : {'\n', '\r'}) {
+        for (const char* at = text.data(); (at = static_cast<const char*>(std::memchr(at, mark, static_cast<std::size_t>(
+                                                text.data() + text.size() - at)))) != nullptr;
+             ++at) {
+            ++ends;
+        }
+    }
     std::vector<JobLine> lines;
-    lines.reserve(count + 1);
+    lines.reserve(ends + 1);
 
+    const char* const data = text.data();
+    const std::size_t size = text.size();
     bool losing = false;  // inside the part behind an over-long line, up to the next LF
     std::size_t offset = 0;
-    while (offset < text.size()) {
+    while (offset < size) {
         JobLine line;
         line.offset = offset;
-        std::size_t end = offset;
-        while (end < text.size() && text[end] != '\n' && text[end] != '\r') ++end;
-        line.length = end - offset;
-        if (end == text.size()) {
-            line.end = LineEnd::none;
-            offset = end;
-        } else if (text[end] == '\n') {
-            line.end = LineEnd::lf;
-            offset = end + 1;
-        } else if (end + 1 < text.size() && text[end + 1] == '\n') {
-            line.end = LineEnd::crlf;
-            offset = end + 2;
+        const void* lf = std::memchr(data + offset, '\n', size - offset);
+        const std::size_t lf_at = lf != nullptr ? static_cast<std::size_t>(static_cast<const char*>(lf) - data) : size;
+        const void* cr = std::memchr(data + offset, '\r', lf_at - offset);
+        if (cr != nullptr) {
+            const auto cr_at = static_cast<std::size_t>(static_cast<const char*>(cr) - data);
+            line.length = cr_at - offset;
+            line.end = lf != nullptr && cr_at + 1 == lf_at ? LineEnd::crlf : LineEnd::cr;
+            offset = line.end == LineEnd::crlf ? lf_at + 1 : cr_at + 1;
         } else {
-            line.end = LineEnd::cr;
-            offset = end + 1;
+            line.length = lf_at - offset;
+            line.end = lf != nullptr ? LineEnd::lf : LineEnd::none;
+            offset = lf_at + (lf != nullptr ? 1 : 0);
         }
-        if (losing) line.role = LineRole::lost;
         const bool ends_in_lf = line.end == LineEnd::lf || line.end == LineEnd::crlf;
         // The reader takes the first 2000 bytes and then skips to the next LF:
         // a lone CR behind them no longer ends the line.
         if (losing) {
+            line.role = LineRole::lost;
             losing = !ends_in_lf;
         } else if (line.length >= mopac_line_limit) {
             losing = !ends_in_lf;
@@ -95,8 +100,8 @@ bool contains_upper(std::string_view text, std::string_view part) noexcept {
 namespace {
 
 bool needs_rewrite(std::string_view line) noexcept {
-    for (char c : line) {
-        if (c == '\t' || c == '\xC2' || c == '\xA0') return true;
+    for (char c : {'\t', '\xC2', '\xA0'}) {
+        if (std::memchr(line.data(), c, line.size()) != nullptr) return true;
     }
     return false;
 }

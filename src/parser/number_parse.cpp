@@ -86,6 +86,7 @@ bool read_number_in_line(std::string_view text, std::size_t from, double& value,
         if (text[i] == '+' || text[i] == '-') ++i;
         const std::size_t integer_begin = i;
         while (i < n && is_digit(text[i])) ++i;
+        const std::size_t integer_end = i;
         bool digits = i > integer_begin;
         if (i < n && text[i] == '.') {
             const std::size_t fraction_begin = ++i;
@@ -93,7 +94,7 @@ bool read_number_in_line(std::string_view text, std::size_t from, double& value,
             digits = digits || i > fraction_begin;
         }
         if (!digits) continue;  // no number starts here: look further on
-        std::size_t mantissa_end = i;
+        const std::size_t mantissa_end = i;
         if (i < n && (text[i] == 'E' || text[i] == 'e' || text[i] == 'D' || text[i] == 'd')) {
             std::size_t k = i + 1;
             if (k < n && (text[k] == '+' || text[k] == '-')) ++k;
@@ -102,6 +103,14 @@ bool read_number_in_line(std::string_view text, std::size_t from, double& value,
             if (k > exponent_begin) i = k;
         }
         end = i;
+        // Whole numbers of up to 15 digits are exact in a double: the flags
+        // and atom numbers of a geometry line need no general conversion.
+        if (integer_end == i && i - integer_begin <= 15) {
+            long long whole = 0;
+            for (std::size_t k = integer_begin; k < i; ++k) whole = whole * 10 + (text[k] - '0');
+            value = text[start] == '-' ? -static_cast<double>(whole) : static_cast<double>(whole);
+            return true;
+        }
         // std::from_chars reads neither a leading '+' nor a 'D' exponent.
         std::string_view number = text.substr(start, i - start);
         std::size_t mark = mantissa_end - start;

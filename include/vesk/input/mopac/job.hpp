@@ -186,10 +186,17 @@ public:
 
 private:
     friend struct JobReader;
+    // Where the reading placed the atoms of a job, when it could keep them:
+    // the same answer geometry() would work out again from the lines.
+    struct Placed {
+        std::array<double, 3> position;
+        int atomic_number;
+    };
     std::string text_;
     std::vector<JobLine> lines_;
     std::vector<Job> jobs_;
     std::vector<Diagnostic> diagnostics_;
+    std::vector<std::vector<Placed>> placed_;
 };
 
 /// Options of a reading.
@@ -204,6 +211,10 @@ struct ReadOptions {
 VESK_MOPAC_API MopacJob read_job(std::string_view text, const ReadOptions& options = {});
 /// The same, taking the text over instead of copying it.
 VESK_MOPAC_API MopacJob read_job(std::string&& text, const ReadOptions& options = {});
+/// The same for a C string.
+inline MopacJob read_job(const char* text, const ReadOptions& options = {}) {
+    return read_job(std::string_view(text), options);
+}
 
 /// Reads a file as MOPAC reads it. A file that cannot be read gives a job
 /// with one error diagnostic "cannot read the file: <reason>" (code "read-failed").

@@ -1,0 +1,227 @@
+// The reading as MOPAC reads it: lines, heads, geometry lines, positions and
+// diagnostics, on worked examples.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "vesk/input/mopac/job.hpp"
+
+namespace vesk::input::mopac {
+namespace {
+
+using ::testing::ElementsAre;
+
+std::vector<std::string> codes(const MopacJob& job) {
+    std::vector<std::string> found;
+    for (const Diagnostic& d : job.diagnostics()) {
+        found.push_back(std::to_string(d.line) + (d.severity == Severity::error ? " E " : " W ") + d.code);
+    }
+    return found;
+}
+
+std::string roles(const MopacJob& job) {
+    static const char letters[] = "cskTdGeSvDult";  // one letter a LineRole
+    std::string out;
+    for (const JobLine& line : job.lines()) out += letters[static_cast<int>(line.role)];
+    return out;
+}
+
+TEST(read_job, cuts_lines_at_lf_crlf_and_lone_cr) {
+    const MopacJob job = read_job("PM7\r\rt\r\nx\n");
+    ASSERT_EQ(job.lines().size(), 4u);
+    EXPECT_EQ(job.lines()[0].end, LineEnd::cr);
+    EXPECT_EQ(job.line_text(2), "");  // CR CR: the line and one empty line
+    EXPECT_EQ(job.lines()[2].end, LineEnd::crlf);
+    EXPECT_EQ(job.lines()[3].end, LineEnd::lf);
+    EXPECT_EQ(read_job("a\nb").lines().back().end, LineEnd::none);
+    EXPECT_TRUE(read_job("").lines().empty());
+    // 2000 bytes and a lone CR: the rest up to the next LF is never read.
+    const MopacJob long_line = read_job(std::string(2100, 'A') + "\rlost\rlost too\nPM7\n");
+    EXPECT_EQ(roles(long_line).substr(0, 3), "kll");
+    EXPECT_THAT(codes(long_line), ::testing::Contains("1 W line-too-long"));
+}
+
+struct HeadCase {
+    const char* text;
+    HeadForm form;
+    const char* roles;
+    std::vector<std::string> keywords;
+    const char* title;
+    const char* description;
+};
+
+TEST(read_job, reads_the_head_in_each_form) {
+    const HeadCase cases[] = {
+        {"* note\nPM7 MS = 1\nt\nd\nH 0 0 0\n", HeadForm::plain, "ckTdG", {"PM7", "MS=1"}, "t", "d"},
+        {"PM7 +\n+ CHARGE=1\nT=1\nt\nd\nH\n", HeadForm::plus, "kkkTdG", {"PM7", "CHARGE=1", "T=1"}, "t", "d"},
+        {"PM7 +1\nUHF\nt\nd\nH\n", HeadForm::plus, "kkTdG", {"PM7", "+1", "UHF"}, "t", "d"},
+        {"PM7 'a +'\nt\nd\nH\n", HeadForm::plus, "kkTd", {"PM7", "'A +'", "T"}, "d", "H"},
+        {"PM7 & X\nUHF\nd\nH\n", HeadForm::ampersand, "kkdG", {"PM7", "X", "UHF"}, "", "d"},
+        {"PM7 &\nUHF &\nGNORM=1\nH\n", HeadForm::ampersand, "kkkG", {"PM7", "UHF", "GNORM=1"}, "", ""},
+        {"PM7 ++\nUHF++\nX\nt\nd\nH\n", HeadForm::double_plus, "kkkTdG", {"PM7", "UHFX"}, "t", "d"},
+        {"geo-dat=\"a b.xyz\" SETUP\nt\nd\n", HeadForm::setup, "kTd", {"GEO_DAT=\"A B.XYZ\"", "SETUP"}, "t", "d"},
+    };
+    for (const HeadCase& c : cases) {
+        SCOPED_TRACE(c.text);
+        const MopacJob job = read_job(c.text);
+        ASSERT_FALSE(job.jobs().empty());
+        const Job& first = job.jobs()[0];
+        EXPECT_EQ(first.head, c.form);
+        EXPECT_EQ(roles(job).substr(0, std::string(c.roles).size()), c.roles);
+        std::vector<std::string> keywords;
+        for (const JobKeyword& k : first.keywords) keywords.push_back(k.text);
+        EXPECT_EQ(keywords, c.keywords);
+        EXPECT_EQ(first.title.text, c.title);
+        EXPECT_EQ(first.description.text, c.description);
+    }
+    const MopacJob three = read_job("A +\nB +\nC +\nt\nd\nH\n");
+    EXPECT_THAT(codes(three), ElementsAre("3 E too-many-keyword-lines"));
+}
+
+TEST(read_job, places_keywords_at_their_line_and_column) {
+    const MopacJob job = read_job("* c\n\tPM7  charge = 1 +\nuhf\nt\nd\nH\n");
+    const Job& first = job.jobs()[0];
+    ASSERT_EQ(first.keywords.size(), 3u);
+    EXPECT_EQ(first.keywords[1].text, "CHARGE=1");
+    EXPECT_EQ(first.keywords[1].line, 2u);
+    EXPECT_EQ(first.keywords[1].column, 7u);  // the tab is one byte in the file
+    EXPECT_EQ(first.keywords[1].length, 10u);
+    EXPECT_EQ(first.keywords[2].line, 3u);
+    EXPECT_EQ(first.keyword_value("charge"), "1");
+    EXPECT_TRUE(first.has_keyword("UHF"));
+}
+
+struct AtomCase {
+    const char* line;
+    int atomic_number;
+    const char* label;
+    double mass;
+    CoordinateForm form;
+    std::array<double, 3> values;
+    std::array<int, 3> flags;
+    const char* extra;
+};
+
+TEST(read_job, reads_geometry_lines_field_by_field) {
+    using F = CoordinateForm;
+    const AtomCase cases[] = {
+        {"Cl(on C5)34.96885 1.0 1 0 0 0 0", 17, "on C5", 34.96885, F::cartesian, {1, 0, 0}, {1, 0, 0}, ""},
+        {"C13 1,2,3", 6, "", 13, F::cartesian, {1, 2, 3}, {1, 1, 1}, ""},
+        {"SCOPE 1 0 2 0 3 0", 21, "", 0, F::cartesian, {1, 2, 3}, {0, 0, 0}, ""},
+        {"6 1 1 2 1 3 1 0 0 0 -0.5", 6, "", 0, F::cartesian, {1, 2, 3}, {1, 1, 1}, "0 0 0 -0.5"},
+        {"+3 0 0 0", 100, "", 0, F::cartesian, {0, 0, 0}, {1, 1, 1}, ""},
+        {"-3 0 0 0", 106, "", 0, F::cartesian, {0, 0, 0}, {1, 1, 1}, ""},
+        {"-- 1 0 0", 105, "", 0, F::cartesian, {1, 0, 0}, {1, 1, 1}, ""},
+        {"X1 1.0-2.0 3", 99, "", 0, F::cartesian, {1, -2, 3}, {1, 1, 1}, ""},
+        {"D 0 0 0", 1, "", 2.014, F::cartesian, {0, 0, 0}, {1, 1, 1}, ""},
+        {"t 0 0 0", 1, "", 3.016, F::cartesian, {0, 0, 0}, {1, 1, 1}, ""},
+        {"Tv 1.5D1 0 0", 107, "", 0, F::cartesian, {15, 0, 0}, {1, 1, 1}, ""},
+        {"H 1.1 1 120 1 30 1 1 2 3 0.4", 1, "", 0, F::internal, {1.1, 120, 30}, {1, 1, 1}, "0.4"},
+        {"H 1.1 1 120 1 30 1 1.0", 1, "", 0, F::cartesian, {1.1, 120, 30}, {1, 1, 1}, "1.0"},
+    };
+    for (const AtomCase& c : cases) {
+        SCOPED_TRACE(c.line);
+        // Three atoms in front, so that the line is atom 4.
+        const MopacJob job = read_job(std::string("PM7\nt\nd\nO\nC 1 1 1 0 0 0 1\nC 1 1 9 1 0 0 1 2\n") + c.line + "\n");
+        const std::vector<JobAtom> atoms = job.atoms();
+        ASSERT_EQ(atoms.size(), 4u);
+        const JobAtom& atom = atoms[3];
+        EXPECT_EQ(atom.line, 7u);
+        EXPECT_EQ(atom.atomic_number, c.atomic_number);
+        EXPECT_EQ(atom.label, c.label);
+        EXPECT_EQ(atom.isotope_mass, c.mass);
+        EXPECT_EQ(atom.form, c.form);
+        EXPECT_EQ(atom.values, c.values);
+        EXPECT_EQ(atom.flags, c.flags);
+        EXPECT_EQ(atom.extra, c.extra);
+    }
+}
+
+TEST(read_job, finds_what_mopac_stops_on_in_the_geometry) {
+    const std::pair<const char*, std::vector<std::string>> cases[] = {
+        {"Hp 0 0 0\n", {"4 E unknown-element"}},
+        {"200 0 0 0\n", {"4 E illegal-atomic-number"}},
+        {"C(label 0 0 0\n", {"4 E missing-parenthesis"}},
+        {"C 0 0 0\nH 1 2 0 0 0 0 0\n", {"5 E flag-out-of-range"}},
+        {"C 0 0 0\nH 1 2 0 0 0 0\n", {}},  // lines of 7 fields are not checked
+        {"C 0 0 0\nH 1.5 T 1 T 0 T\n", {"5 E geometry-faulty"}},
+        {"C 0 0 0\nTv 5 0 0\nH 0 0 1\n", {"6 E atom-after-translation-vector"}},
+        {"C\nH 1 1 0 0 0 0 2\n", {"5 E ill-defined-atom"}},
+        {"C\nH 1 1 0 0 0 0 1\nH 1 1 0 0 0 0 1 2\nH 1 1 90 1 0 0 3 3 1\n", {"7 E ill-defined-atom"}},
+        {"C\nH 1 1 0 0 0 0 1\nH 1 1 90 1 0 0 1 2\nH 0 0 0\nH 1 1 90 1 0 0 4 1 2\n",
+         {"7 W short-line-in-zmatrix", "8 E coincident-atoms"}},
+        {"C\nH 1 1 0 0 0 0 1\nN 1.3 1 1\n", {"6 W short-line-in-zmatrix"}},
+        {"\n", {"4 E no-atoms"}},
+    };
+    for (const auto& [geometry, expected] : cases) {
+        EXPECT_EQ(codes(read_job(std::string("PM7\nt\nd\n") + geometry)), expected) << geometry;
+    }
+    EXPECT_THAT(codes(read_job("PM7 MINI\nt\nd\nC 0 0 0\nH 1 2 0 0 0 0 0\n")), ::testing::IsEmpty());
+    EXPECT_THAT(codes(read_job("OLDGEO\nt\nd\n")), ElementsAre("1 E oldgeo-first-job"));
+}
+
+void expect_near(const vesk::core::Atom& atom, const char* element, double x, double y, double z) {
+    EXPECT_EQ(atom.element, element);
+    EXPECT_NEAR(atom.x, x, 1e-12);
+    EXPECT_NEAR(atom.y, y, 1e-12);
+    EXPECT_NEAR(atom.z, z, 1e-12);
+}
+
+TEST(read_job, places_internal_coordinates_as_mopac_does) {
+    // Water: O at the origin, H on +x, H in the xy plane; a dummy is placed and dropped.
+    const MopacJob water = read_job(
+        "PM7\nt\nd\nO\nH 1.0 1 0 0 0 0 1\nH 1.0 1 90 1 0 0 1 2\nXX 1.0 1 90 1 90 1 1 2 3\n");
+    const vesk::core::Geometry g = water.geometry();
+    ASSERT_EQ(g.atoms.size(), 3u);
+    expect_near(g.atoms[1], "H", 1, 0, 0);
+    expect_near(g.atoms[2], "H", std::cos(90 * 1.7453292519943e-2), 1, 0);
+    // A dihedral of +90: clockwise seen along the bond from atom 2 to atom 3 (IUPAC).
+    const MopacJob four = read_job(
+        "PM7\nt\nd\nC\nC 1 1 0 0 0 0 1\nC 1 1 90 1 0 0 2 1\nH 1 1 90 1 90 1 3 2 1\n");
+    expect_near(four.geometry().atoms[3], "H", 1, 1, 1);
+    // Atom 3 from the short form "r f a f 2 1", next to a Cartesian atom 2.
+    const MopacJob short_form = read_job("PM7\nt\nd\nC\nN 1.5 1 1\nN 2 1 90 1 2 1\n");
+    expect_near(short_form.geometry().atoms[2], "N", 1.5 - 2 * std::cos(90 * 1.7453292519943e-2), 3, 1);
+    // x y z El lines switch the lengths to Bohr.
+    const MopacJob bohr = read_job("PM7\nt\nd\n0 0 0 C\n2 0 0 O\n");
+    expect_near(bohr.geometry().atoms[1], "O", 2 * 0.529177210903, 0, 0);
+    // Translation vectors apart; the same in a Gaussian Z-matrix with symbols.
+    const MopacJob polymer = read_job("PM7\nt\nd\nC 0 0 0\nTv 2.5 0 0\n");
+    EXPECT_EQ(polymer.geometry().atoms.size(), 1u);
+    EXPECT_EQ(polymer.translation_vectors(), (std::vector<std::array<double, 3>>{{2.5, 0, 0}}));
+    const MopacJob gaussian = read_job("AIGIN\nt\nd\nO\nH 1 R\nH 1 R 2 A\n\nR 1.0\nA 90.0\n");
+    EXPECT_THAT(codes(gaussian), ::testing::IsEmpty());
+    expect_near(gaussian.geometry().atoms[2], "H", 1.0 * std::cos(90 * 1.7453292519943e-2), 1, 0);
+}
+
+TEST(read_job, applies_symmetry_before_placing) {
+    // Internal: bond 2 to atom 3, angle 2 to atom 3, dihedral "-" of atom 4 to 5.
+    const MopacJob internal = read_job(
+        "PM7 SYMMETRY\nt\nd\nC\nO 1.2 1 0 0 0 0 1\nH 1.1 1 120 1 0 0 1 2\nH 9 1 9 1 180 1 1 2 3\n\n3 1 4\n3 2 4\n\n");
+    EXPECT_THAT(codes(internal), ::testing::IsEmpty());
+    EXPECT_EQ(internal.lines()[9].role, LineRole::symmetry);
+    const vesk::core::Geometry g = internal.geometry();
+    EXPECT_NEAR(std::hypot(g.atoms[3].x, g.atoms[3].y), 1.1, 1e-12);
+    // Cartesian: 4 is x = -x, 9 is z = x, 14 is y = x, 17 is y = -x of the reference.
+    const MopacJob cartesian = read_job(
+        "PM7 SYMM\nt\nd\nC 0 0 0\nH .7 .5 .3\nH 0 0 0\n\n2 4 3\n2 9 3\n2 17 3\n\n");
+    expect_near(cartesian.geometry().atoms[2], "H", -0.7, -0.7, 0.7);
+}
+
+TEST(read_job, reads_jobs_one_after_another) {
+    const MopacJob job = read_job(
+        "PM7\nt\nd\nH 0 0 0\nH 0.7 0 0\n\nOLDGEO PM6\nt2\nd2\nAM1 1SCF\nt3\nd3\nH 0 0 0\n\n\n");
+    ASSERT_EQ(job.jobs().size(), 3u);
+    EXPECT_EQ(job.jobs()[1].source, GeometrySource::previous_job);
+    EXPECT_EQ(job.jobs()[2].title.text, "t3");
+    EXPECT_EQ(job.jobs()[2].title.line, 11u);
+    EXPECT_EQ(roles(job), "kTdGGekTdkTdGet");
+    EXPECT_EQ(job.geometry(2).atoms.size(), 1u);
+    EXPECT_TRUE(job.geometry(1).atoms.empty());
+}
+
+}  // namespace
+}  // namespace vesk::input::mopac
