@@ -70,6 +70,7 @@ void JobReader::fail_read(std::string_view reason) {
 
 void JobReader::read(std::string&& text, const ReadOptions& options) {
     job.text_ = std::move(text);
+    job.options_ = options;
     job.lines_ = detail::cut_mopac_lines(job.text_);
     std::vector<JobLine>& lines = job.lines_;
     if (lines.empty()) return;

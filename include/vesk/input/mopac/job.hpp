@@ -151,6 +151,14 @@ struct JobAtom {
     std::string extra;                   ///< columns behind those MOPAC reads (charges), as written
 };
 
+/// Options of a reading.
+struct ReadOptions {
+    /// Read the text as an .arc file: from the line behind its "FINAL GEOMETRY
+    /// OBTAINED" (or Cartesian / Z-matrix geometry) marker. read_job_file sets
+    /// it when the file name holds ".arc" in any case, as MOPAC does.
+    bool arc = false;
+};
+
 /// An input file read as MOPAC reads it. Reading never throws on any bytes and
 /// keeps the text whole; a defect of the text is a Diagnostic.
 ///
@@ -163,6 +171,8 @@ public:
 
     /// The whole text, as read.
     const std::string& text() const noexcept { return text_; }
+    /// The options it was read with.
+    const ReadOptions& options() const noexcept { return options_; }
     /// Every line of the file with what MOPAC makes of it.
     const std::vector<JobLine>& lines() const noexcept { return lines_; }
     /// The text of a line (1-based number), without its line end.
@@ -193,18 +203,11 @@ private:
         int atomic_number;
     };
     std::string text_;
+    ReadOptions options_;
     std::vector<JobLine> lines_;
     std::vector<Job> jobs_;
     std::vector<Diagnostic> diagnostics_;
     std::vector<std::vector<Placed>> placed_;
-};
-
-/// Options of a reading.
-struct ReadOptions {
-    /// Read the text as an .arc file: from the line behind its "FINAL GEOMETRY
-    /// OBTAINED" (or Cartesian / Z-matrix geometry) marker. read_job_file sets
-    /// it when the file name holds ".arc" in any case, as MOPAC does.
-    bool arc = false;
 };
 
 /// Reads a MOPAC input as MOPAC reads it. Any bytes are accepted.

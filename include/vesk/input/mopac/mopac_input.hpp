@@ -3,8 +3,10 @@
 
 #include "vesk/core/geometry.hpp"
 #include "vesk/input/mopac/builder.hpp"
+#include "vesk/input/mopac/catalogue.hpp"
 #include "vesk/input/mopac/document.hpp"
 #include "vesk/input/mopac/editor.hpp"
 #include "vesk/input/mopac/export.hpp"
 #include "vesk/input/mopac/job.hpp"
+#include "vesk/input/mopac/job_editor.hpp"
 #include "vesk/input/mopac/parser.hpp"

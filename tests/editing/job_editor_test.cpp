@@ -1,0 +1,151 @@
+// JobEditor: edits where MOPAC reads, every other byte kept, on worked
+// examples and on every corpus file that MOPAC reads without a fault.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "vesk/input/mopac/catalogue.hpp"
+#include "vesk/input/mopac/document.hpp"
+#include "vesk/input/mopac/job_editor.hpp"
+
+namespace vesk::input::mopac {
+namespace {
+
+using Edit = std::function<void(JobEditor&)>;
+
+struct EditCase {
+    const char* before;
+    Edit edit;
+    const char* after;
+};
+
+TEST(job_editor, changes_only_the_words_asked_for) {
+    const auto charge = [](int c) { return [c](JobEditor& e) { e.set_charge(c); }; };
+    const auto method = [](const char* m) { return [m](JobEditor& e) { e.set_method(m); }; };
+    const auto spin = [](unsigned m) { return [m](JobEditor& e) { e.set_multiplicity(m); }; };
+    const auto aux = [](int p) { return [p](JobEditor& e) { e.set_auxiliary_output(p); }; };
+    const EditCase cases[] = {
+        {"* c\r\nPM7 CHARGE=0 +\r\nUHF\r\nt\r\n\r\nO 0 0 0\r\n", charge(1), "* c\r\nPM7 CHARGE=1 +\r\nUHF\r\nt\r\n\r\nO 0 0 0\r\n"},
+        {"PM7  charge = 1\tUHF\rt\rd\rO\r", charge(-1), "PM7  charge = -1\tUHF\rt\rd\rO\r"},
+        {"GNORM=1 +\nX\nt\nd\nO\n", charge(2), "GNORM=1 +\nX CHARGE=2\nt\nd\nO\n"},
+        {"PM7 &\nUHF\nd\nO\n", charge(2), "PM7 &\nUHF CHARGE=2\nd\nO\n"},
+        {"PM7 ++\nUHF\nt\nd\nO\n", charge(2), "PM7 ++\nUHF CHARGE=2\nt\nd\nO\n"},
+        {"CHARGE=1 +\nUHF\nt\nd\nO\n", [](JobEditor& e) { e.remove_keyword("charge"); }, " +\nUHF\nt\nd\nO\n"},
+        {"pm8 gnorm=1\nt\nd\nO\n", method("PM6"), "PM6 gnorm=1\nt\nd\nO\n"},
+        {"  GNORM=1\nt\nd\nO\n", method("PM6"), "  PM6 GNORM=1\nt\nd\nO\n"},
+        {"AM1 X MNDO-D PM5\nt\nd\nO\n", method("PM6"), "PM6 X\nt\nd\nO\n"},
+        {"PM7 RHF SINGLET\nt\nd\nO\n", spin(2), "PM7 UHF DOUBLET\nt\nd\nO\n"},
+        {"PM7 MS=0 TRIPLET\nt\nd\nO\n", spin(2), "PM7 MS=0.5 UHF\nt\nd\nO\n"},
+        {"PM7 OPEN(2,2) SINGLET\nt\nd\nO\n", spin(3), "PM7 OPEN(2,2) TRIPLET\nt\nd\nO\n"},
+        {"PM7 UHF BIRADICAL\nt\nd\nO\n", spin(1), "PM7 UHF MS=0\nt\nd\nO\n"},
+        {"PM7 AUX(MOS=10,PRECISION=9,XP)\nt\nd\nO\n", aux(6), "PM7 AUX(MOS=10,PRECISION=6,XP)\nt\nd\nO\n"},
+        {"PM7 aux\nt\nd\nO\n", aux(6), "PM7 aux(PRECISION=6)\nt\nd\nO\n"},
+        {"PM7\nt\nd\nO\n", [](JobEditor& e) { e.set_auxiliary_output(0, true); }, "PM7 AUX(PRECISION=0,XP,XS,XW)\nt\nd\nO\n"},
+        {"PM7\nt\nd\nO\n\nAM1\nt2\nd2\nO\n", method("RM1"), "RM1\nt\nd\nO\n\nRM1\nt2\nd2\nO\n"},
+        {"PM7\nt\nd\nO\n", [](JobEditor& e) { e.set_title("water"); e.set_description(""); }, "PM7\nwater\n\nO\n"},
+    };
+    for (const EditCase& c : cases) {
+        SCOPED_TRACE(c.before);
+        JobEditor editor{std::string(c.before)};
+        c.edit(editor);
+        EXPECT_EQ(editor.text(), c.after);
+        c.edit(editor);  // the same edit again changes nothing more
+        EXPECT_EQ(editor.text(), c.after);
+    }
+    // An .arc file is edited behind its marker, where MOPAC reads.
+    ReadOptions arc;
+    arc.arc = true;
+    JobEditor arc_editor("PM3 summary\nFINAL GEOMETRY OBTAINED\nPM7\nt\nd\nO\n", arc);
+    arc_editor.set_method("PM6");
+    EXPECT_EQ(arc_editor.text(), "PM3 summary\nFINAL GEOMETRY OBTAINED\nPM6\nt\nd\nO\n");
+}
+
+TEST(job_editor, refuses_what_mopac_would_read_otherwise_and_changes_nothing) {
+    const std::pair<Edit, const char*> refusals[] = {
+        {[](JobEditor& e) { e.set_title("a\nb"); }, "MOPAC title cannot hold a line break"},
+        {[](JobEditor& e) { e.set_description("* x"); }, "MOPAC drops a description that starts with '*'"},
+        {[](JobEditor& e) { e.add_keyword("X +"); }, "MOPAC keyword cannot hold a blank outside quotes or parentheses"},
+        {[](JobEditor& e) { e.add_keyword("'X"); }, "MOPAC keyword leaves a quote or parenthesis open"},
+        {[](JobEditor& e) { e.add_keyword("+X"); }, "MOPAC keyword would read as a continuation mark or a comment"},
+        {[](JobEditor& e) { e.set_method(" "); }, "MOPAC method is empty"},
+        {[](JobEditor& e) { e.set_multiplicity(0); }, "MOPAC multiplicity must be positive"},
+        {[](JobEditor& e) { e.set_auxiliary_output(19); }, "MOPAC AUX precision must be between 0 and 18"},
+        {[](JobEditor& e) { e.set_keyword("CHARGE", "1 2"); },
+         "MOPAC keyword value cannot hold a blank outside quotes or parentheses"},
+    };
+    const std::string text = "PM7 +\nUHF\nt\nd\nO 0 0 0\n";
+    for (const auto& [edit, message] : refusals) {
+        JobEditor editor(text);
+        EXPECT_THAT([&] { edit(editor); }, ::testing::ThrowsMessage<std::invalid_argument>(::testing::StrEq(message)));
+        EXPECT_EQ(editor.text(), text);
+    }
+    JobEditor amp("PM7 & X\nUHF\nd\nO\n");
+    EXPECT_THROW(amp.set_title("t"), std::invalid_argument);  // this head has no title line
+    JobEditor long_line(std::string(1995, 'X') + "\nt\nd\nO\n");
+    EXPECT_THROW(long_line.add_keyword("CHARGE=1"), std::length_error);
+    EXPECT_THROW(JobEditor("PM7\nt\nd\nO\n").set_charge(1, 3), std::out_of_range);
+}
+
+bool only_keyword_lines_differ(const MopacJob& before, const MopacJob& after) {
+    if (before.lines().size() != after.lines().size()) return false;
+    for (std::size_t i = 0; i < before.lines().size(); ++i) {
+        const JobLine& line = before.lines()[i];
+        if (line.end != after.lines()[i].end || line.role != after.lines()[i].role) return false;
+        if (line.role != LineRole::keywords && before.line_text(i + 1) != after.line_text(i + 1)) return false;
+    }
+    return true;
+}
+
+TEST(job_editor, edits_every_corpus_file_mopac_reads) {
+    std::ifstream manifest(VESK_CORPUS_DIR "/MANIFEST.tsv");
+    if (!manifest) GTEST_SKIP() << "\n*** SKIPPED: no corpus under " VESK_CORPUS_DIR " ***";
+    std::string row;
+    std::getline(manifest, row);
+    std::size_t edited = 0;
+    while (std::getline(manifest, row)) {
+        const std::string name = row.substr(0, row.find('\t'));
+        SCOPED_TRACE(name);
+        const MopacJob original = read_job_file(VESK_CORPUS_DIR "/" + name);
+        if (original.has_errors()) continue;
+        JobEditor editor(original);
+        const auto edit = [&editor] {
+            editor.set_method("PM6");
+            editor.set_charge(1);
+            editor.set_multiplicity(2);
+            editor.set_auxiliary_output(6);
+        };
+        edit();
+        const std::string once = editor.text();
+        edit();
+        ASSERT_EQ(editor.text(), once);
+        const MopacJob& result = editor.job();
+        ASSERT_TRUE(only_keyword_lines_differ(original, result));
+        for (std::size_t k = 0; k < result.jobs().size(); ++k) {
+            const Job& job = result.jobs()[k];
+            std::vector<std::string> methods;
+            for (const JobKeyword& keyword : job.keywords) {
+                if (is_mopac_method(normalize_keyword_name(keyword.text))) methods.push_back(keyword.text);
+            }
+            EXPECT_EQ(methods, std::vector<std::string>{"PM6"});
+            EXPECT_EQ(job.keyword_value("CHARGE"), "1");
+            EXPECT_TRUE(job.keyword_value("MS") == "0.5" || job.has_keyword("DOUBLET"));
+            const vesk::core::Geometry before = original.geometry(k);
+            const vesk::core::Geometry after = result.geometry(k);
+            ASSERT_EQ(before.atoms.size(), after.atoms.size());
+            for (std::size_t a = 0; a < before.atoms.size(); ++a) {
+                EXPECT_TRUE(before.atoms[a].x == after.atoms[a].x && before.atoms[a].y == after.atoms[a].y &&
+                            before.atoms[a].z == after.atoms[a].z);
+            }
+        }
+        ++edited;
+    }
+    EXPECT_GT(edited, 1400u);
+}
+
+}  // namespace
+}  // namespace vesk::input::mopac
