@@ -1,7 +1,8 @@
 // The keywords MOPAC knows: name, the forms it is written in, the prefixes
 // by which MOPAC's own keyword check recognises a word, and whether it
-// selects a method. Made by scripts/make_keyword_table.py from MOPAC's
-// keyword list; a prefix in double quotes with a trailing blank must match
+// selects a method; and the elements each method runs. Made by
+// scripts/make_mopac_tables.py from MOPAC's keyword list and its observed
+// element table; a prefix in double quotes with a trailing blank must match
 // the whole word, "|" separates several prefixes.
 #include "check/keyword_table.hpp"
 
@@ -362,5 +363,27 @@ const KeywordInfo keyword_table[] = {
 };
 
 const std::size_t keyword_table_size = sizeof keyword_table / sizeof keyword_table[0];
+
+const MethodElements method_elements[] = {
+    {"AM1", "yyyyyyyyyyyyyyyyyyyynnnnnnnnnyyyyyyyyynnnynnnnnnyyyyyyyyyyyyyyyyyyyyyyynnnnnnnnyyyynnnnnnnnnnnnnn"},
+    {"INDO", "ynyyyyyyjnyyyyyyjnyyyyyyyyyyyynnnnjnnnyyyyyyynynnnnnjnnnnnnnnnnnnnnnnnnnnnnnnnynnnnnnnnnnnnnnnnnn"},
+    {"MNDO", "yyyyyyyyyyyyyyyyyyyynnnnnnnnnyyyyyyyyynnnnnnnnnnyyyyyyyynnnnnnnnnnnnnnnnnnnnnnnyyyynnnnnnnnnnnnnn"},
+    {"MNDOD", "yyyyyyyyyyyyyyyyynnnnnnnnnnnnynnnnynnnnnnnnnnnnynnnnynnnnnnnnnnnnnnnnnnnnnnnnnnynnnnnnnnnnnnnnnnn"},
+    {"PM3", "yyyyyyyyyyyyyyyyyyyynnnnnnnnnyyyyyyyyynnnnnnnnnyyyyyyyyyyyyyyyyyyyyyyyynnnnnnnnyyyynnnnnnnnnnnnnn"},
+    {"PM6", "yyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyvvyvvvvvvyvvvv"},
+    {"PM6-D3", "yyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyvvyvvvvvvyvvvv"},
+    {"PM6-DH+", "yyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyvvyvvvvvvyvvvv"},
+    {"PM6-DH2", "yyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyvvyvvvvvvyvvvv"},
+    {"PM6-DH2X", "yyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyvvyvvvvvvyvvvv"},
+    {"PM6-D3H4", "yyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyvvyvvvvvvyvvvv"},
+    {"PM6-D3H4X", "yyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyvvyvvvvvvyvvvv"},
+    {"PM6-ORG", "ynnnnyyyynyynnyyynyynnnnnyynyynnnyynnnnnnnnnnnnnnnnnynnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnn"},
+    {"PM7", "yyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyvvyvvvvvvyvvvv"},
+    {"PM7-TS", "yyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyvvyvvvvvvyvvvv"},
+    {"RM1", "ynnnnyyyynnnnnyyynnnnnnnnnnnnnnnnnynnnnnnnnnnnnnnnnnynnnyyyyyyyyyyyyyyynnnnnnnnnnnnnnnnnnnnnnnnnn"},
+    {"PM8", "nnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnn"},
+};
+
+const std::size_t method_elements_size = sizeof method_elements / sizeof method_elements[0];
 
 }  // namespace vesk::input::mopac::detail

@@ -4,6 +4,7 @@
 #include "vesk/core/geometry.hpp"
 #include "vesk/input/mopac/builder.hpp"
 #include "vesk/input/mopac/catalogue.hpp"
+#include "vesk/input/mopac/check.hpp"
 #include "vesk/input/mopac/document.hpp"
 #include "vesk/input/mopac/editor.hpp"
 #include "vesk/input/mopac/export.hpp"
