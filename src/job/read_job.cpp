@@ -176,6 +176,11 @@ std::string_view JobReader::raw(std::size_t line_index) const noexcept {
     return std::string_view(job.text_).substr(line.offset, line.length);
 }
 
+std::size_t JobReader::position() const noexcept {
+    if (!at_end()) return data[next];
+    return next == 0 ? 0 : data[next - 1] + 1;
+}
+
 std::string_view JobReader::view(std::size_t line_index) { return detail::mopac_view(raw(line_index), scratch); }
 
 std::size_t JobReader::take(LineRole role, std::size_t job_index) {
@@ -215,19 +220,19 @@ void JobReader::read_geometry(Job& current, std::size_t job_index) {
         current.source_name = keyword_value_text(job, current, "GEO_DAT");
         report_line(Issue::geometry_from_file, keyword_line, "GEO_DAT=" + current.source_name);
         // The inline lines, if any, are replaced: read over up to the blank line.
-        current.geometry_begin = at_end() ? job.lines_.size() : data[next];
+        current.geometry_begin = position();
         while (!at_end()) {
             const bool blank = is_blank_view(view(data[next]));
             take(blank ? LineRole::geometry_end : LineRole::unread, job_index);
             if (blank) break;
         }
-        current.geometry_end = next == 0 ? 0 : data[next - 1] + 1;
+        current.geometry_end = std::max(current.geometry_begin, position());
         return;
     }
     if (current.has_keyword("OLDGEO")) {
         current.source = GeometrySource::previous_job;
         if (job_index == 0) report_line(Issue::oldgeo_in_first_job, keyword_line);
-        current.geometry_begin = current.geometry_end = at_end() ? job.lines_.size() : data[next];
+        current.geometry_begin = current.geometry_end = position();
         read_data_behind_geometry(current, job_index, false);
         return;
     }
@@ -249,7 +254,7 @@ void JobReader::read_geometry(Job& current, std::size_t job_index) {
 
 // MOPAC's own geometry lines, up to a blank line, atomic number 0 or " NEXT".
 void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
-    current.geometry_begin = at_end() ? job.lines_.size() : data[next];
+    current.geometry_begin = position();
     current.geometry_end = current.geometry_begin;
     if (at_end() || is_blank_view(view(data[next]))) {
         // A blank first line: the geometry may follow an .arc marker further
@@ -259,7 +264,7 @@ void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
         if (marker == data.size()) {
             report_line(Issue::no_atoms, at_end() ? current.first_keyword_line - 1 : data[next]);
             if (!at_end()) take(LineRole::geometry_end, job_index);
-            current.geometry_end = next == 0 ? current.geometry_begin : data[next - 1] + 1;
+            current.geometry_end = std::max(current.geometry_begin, position());
             return;
         }
         while (next <= marker) take(LineRole::skipped, job_index);
@@ -267,7 +272,7 @@ void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
         Job arc_head;
         if (!at_end()) read_head(arc_head, job_index);
         for (std::size_t k = head_start; k < next; ++k) job.lines_[data[k]].role = LineRole::skipped;
-        current.geometry_begin = at_end() ? job.lines_.size() : data[next];
+        current.geometry_begin = position();
     }
 
     const std::size_t errors_before = errors;
@@ -315,7 +320,7 @@ void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
     // A flag of -1 marks the reaction coordinate: its points follow the
     // geometry unless STEP and POINTS give them.
     reaction_path = reaction_path && !current.has_keyword("STEP") && !current.has_keyword("POINTS");
-    current.geometry_end = next == 0 ? current.geometry_begin : data[next - 1] + 1;
+    current.geometry_end = std::max(current.geometry_begin, position());
     if (atoms == 0) report_line(Issue::no_atoms, current.geometry_begin < job.lines_.size() ? current.geometry_begin : 0);
     // SADDLE: the second geometry, the other end of the reaction, follows.
     if (current.has_keyword("SADDLE")) {
@@ -345,7 +350,7 @@ void JobReader::read_foreign_geometry(Job& current, std::size_t job_index, bool 
     kept_all = pdb;  // the values of a Z-matrix's symbols come later
     current.source = pdb ? GeometrySource::pdb : GeometrySource::gaussian;
     current.counts = GeometryCounts{};
-    current.geometry_begin = at_end() ? job.lines_.size() : data[next];
+    current.geometry_begin = position();
     detail::ParsedAtom atom;
     std::vector<detail::LineIssue> issues;
     detail::PdbElementNames names;
@@ -388,7 +393,7 @@ void JobReader::read_foreign_geometry(Job& current, std::size_t job_index, bool 
         }
         ++(atom.internal ? counts.internal : counts.cartesian);
     }
-    current.geometry_end = next == 0 ? current.geometry_begin : data[next - 1] + 1;
+    current.geometry_end = std::max(current.geometry_begin, position());
     if (atoms == 0) report_line(Issue::no_atoms, current.first_keyword_line - 1);
     if (!pdb) {
         if (atoms > 900) report_line(Issue::too_many_gaussian_atoms, current.geometry_begin);

@@ -36,6 +36,8 @@ struct JobReader {
     std::size_t kept_bytes = 0;
 
     bool at_end() const noexcept { return next >= data.size(); }
+    /// The index of the next line MOPAC reads, or one past the last line read.
+    std::size_t position() const noexcept;
     std::string_view raw(std::size_t line_index) const noexcept;
     /// The line as MOPAC holds it; valid until the next call.
     std::string_view view(std::size_t line_index);
