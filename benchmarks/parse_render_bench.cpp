@@ -1,6 +1,8 @@
 // Speed and peak memory of parse_string and to_string on generated inputs,
 // with two reference loops in the same binary: the least work a parser can
-// do (split lines and tokens, from_chars) and a string-stream reader.
+// do (split lines and tokens, from_chars) and a string-stream reader; and
+// the reading as MOPAC reads it, its placement of a Z-matrix, and a
+// keyword edit of JobEditor on the same inputs.
 #include <benchmark/benchmark.h>
 
 #include <charconv>
@@ -12,6 +14,8 @@
 #include <sstream>
 #include <string>
 
+#include "vesk/input/mopac/job.hpp"
+#include "vesk/input/mopac/job_editor.hpp"
 #include "vesk/input/mopac/parser.hpp"
 
 namespace {
@@ -69,6 +73,25 @@ std::string make_input(std::size_t atoms) {
         text.append(line, static_cast<std::size_t>(n));
     }
     text += "\nOLDGEO restart section\n0 0 0 0\n";
+    return text;
+}
+
+// The same head with `atoms` lines of a Z-matrix: each atom bonded to the
+// one before, angle and dihedral against the two before that.
+std::string make_zmatrix(std::size_t atoms) {
+    static const char* const elements[] = {"C", "H", "O", "N", "S", "Cl"};
+    std::mt19937_64 random(atoms);
+    std::string text = "PM7 CHARGE=0 PRECISE GNORM=0.01\ngenerated Z-matrix\n\n";
+    char line[160];
+    for (std::size_t i = 0; i < atoms; ++i) {
+        const double r = 1.0 + static_cast<double>(random() % 1000) / 1000.0;
+        const double angle = 90.0 + static_cast<double>(random() % 600) / 10.0;
+        const double dihedral = -180.0 + static_cast<double>(random() % 3600) / 10.0;
+        const std::size_t na = i >= 1 ? i : 0, nb = i >= 2 ? i - 1 : 0, nc = i >= 3 ? i - 2 : 0;
+        int n = std::snprintf(line, sizeof line, "%-2s %.10g 1 %.10g 1 %.10g 1 %zu %zu %zu\n", elements[random() % 6], r,
+                              angle, dihedral, na, nb, nc);
+        text.append(line, static_cast<std::size_t>(n));
+    }
     return text;
 }
 
@@ -165,8 +188,52 @@ void BM_reference_istringstream_stod(benchmark::State& state) {
     report(state, text, atoms);
 }
 
+// The reading as MOPAC reads it, of the same Cartesian input as BM_parse_string.
+void BM_read_job(benchmark::State& state) {
+    const auto atoms = static_cast<std::size_t>(state.range(0));
+    const std::string text = make_input(atoms);
+    for (auto _ : state) {
+        auto job = vesk::input::mopac::read_job(std::string_view(text));
+        benchmark::DoNotOptimize(job);
+    }
+    live_bytes = peak_bytes = 0;
+    { auto job = vesk::input::mopac::read_job(std::string_view(text)); benchmark::DoNotOptimize(job); }
+    state.counters["peak_heap_bytes_per_line"] = static_cast<double>(peak_bytes) / static_cast<double>(atoms);
+    report(state, text, atoms);
+}
+
+// A Z-matrix read and placed: read_job, then the Cartesian positions.
+void BM_read_job_zmatrix_geometry(benchmark::State& state) {
+    const auto atoms = static_cast<std::size_t>(state.range(0));
+    const std::string text = make_zmatrix(atoms);
+    for (auto _ : state) {
+        auto job = vesk::input::mopac::read_job(std::string_view(text));
+        auto geometry = job.geometry();
+        benchmark::DoNotOptimize(geometry);
+    }
+    report(state, text, atoms);
+}
+
+// One keyword edit of JobEditor on the Cartesian input: the splice and the
+// reading of the result that checks it. Charges alternate so that every
+// edit changes the text.
+void BM_job_editor_set_charge(benchmark::State& state) {
+    const auto atoms = static_cast<std::size_t>(state.range(0));
+    const std::string text = make_input(atoms);
+    vesk::input::mopac::JobEditor editor{std::string(text)};
+    int charge = 0;
+    for (auto _ : state) {
+        editor.set_charge(++charge % 2);
+        benchmark::DoNotOptimize(editor.text().data());
+    }
+    report(state, text, atoms);
+}
+
 }  // namespace
 
+BENCHMARK(BM_read_job)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_read_job_zmatrix_geometry)->Arg(100000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_job_editor_set_charge)->Arg(100000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_parse_string)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_baseline_split_from_chars)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_reference_istringstream_stod)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);
