@@ -133,6 +133,9 @@ TEST(mopac_input_tool, new_then_xyz_gives_back_the_geometry) {
 
     ToolRun fixed = run(dir, {"new", "--xyz", "-", "--fixed", "--title", "T"}, xyz);
     EXPECT_THAT(fixed.out, HasSubstr("\nT\n\nO 0 0 0 0 0 0\n"));
+    // new goes through the edits of edit: --width and --set are honoured
+    ToolRun narrow = run(dir, {"new", "--xyz", "-", "--method", "PM7", "--set", "T=1", "--width", "6"}, xyz);
+    EXPECT_THAT(narrow.out, ::testing::StartsWith("PM7 +\nT=1\nwater\n"));
 
     ToolRun bad = run(dir, {"new", "--xyz", dir.write("bad.xyz", "2\nc\nO 0 0 0\nH x 0 0\n")});
     EXPECT_EQ(bad.status, 1);

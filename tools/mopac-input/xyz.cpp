@@ -6,10 +6,11 @@
 #include <system_error>
 #include <vector>
 
+#include "text.hpp"
+
 namespace vesk::tools {
 namespace {
 
-std::vector<std::string_view> split_words(std::string_view line);
 bool read_number(std::string_view word, double& value);
 [[noreturn]] void fail(std::size_t line, const std::string& what);
 
@@ -74,18 +75,6 @@ std::string format_xyz(const core::Geometry& geometry, std::string_view comment)
 }
 
 namespace {
-
-std::vector<std::string_view> split_words(std::string_view line) {
-    std::vector<std::string_view> words;
-    std::size_t i = 0;
-    while (i < line.size()) {
-        while (i < line.size() && (line[i] == ' ' || line[i] == '\t')) ++i;
-        std::size_t start = i;
-        while (i < line.size() && line[i] != ' ' && line[i] != '\t') ++i;
-        if (i > start) words.push_back(line.substr(start, i - start));
-    }
-    return words;
-}
 
 bool read_number(std::string_view word, double& value) {
     if (!word.empty() && word[0] == '+') word.remove_prefix(1);
