@@ -106,15 +106,24 @@ TEST(mopac_input_tool, in_place_batch_leaves_a_malformed_file_untouched) {
     EXPECT_EQ(read_text_file(b), "AM1\nt\nc\nO 0 0 0\n");
 }
 
-TEST(mopac_input_tool, refusals_leave_the_file_and_name_the_reason) {
+TEST(mopac_input_tool, usage_errors_name_the_option_and_leave_the_file) {
     TempDir dir;
     const std::string path = dir.write("e.mop", example);
-    ToolRun zero = run(dir, {"edit", "--in-place", path, "--method", "PM7", "--multiplicity", "0"});
-    EXPECT_EQ(zero.status, 1);
-    EXPECT_EQ(zero.err, "mopac-input: " + path + ": MOPAC multiplicity must be positive\n");
-    ToolRun aux = run(dir, {"edit", "--in-place", path, "--aux", "19"});
-    EXPECT_EQ(aux.err, "mopac-input: " + path + ": MOPAC AUX precision must be between 0 and 18\n");
+    // Whole numbers are plain decimal, signed only where a negative value makes sense.
+    const std::pair<std::string, std::string> refused[] = {
+        {"--width", "-1"},          {"--width", "0x10"},    {"--charge", "0x10"}, {"--charge", "1.5"},
+        {"--charge", "2147483648"}, {"--charge", " 1"},     {"--multiplicity", "0"},
+        {"--multiplicity", "+3"},   {"--aux", "19"},        {"--aux", "-0"},
+    };
+    for (const auto& [option, value] : refused) {
+        ToolRun r = run(dir, {"edit", "--in-place", path, option, value});
+        EXPECT_EQ(r.status, 2) << option << ' ' << value;
+        EXPECT_THAT(r.err, HasSubstr(option + ": expected a whole number from ")) << value;
+    }
+    EXPECT_EQ(run(dir, {"new", "--xyz", "-", "--width", "-1"}, "1\nx\nH 0 0 0\n").status, 2);
     EXPECT_EQ(read_text_file(path), example);
+    EXPECT_THAT(run(dir, {"edit", path, "--charge", "+2", "--width", "0"}).out,
+                ::testing::StartsWith("PM7 +\nAUX(PRECISION=9) +\nSINGLET +\nCHARGE=2\n"));
     EXPECT_EQ(run(dir, {"edit", path, "--frobnicate"}).status, 2);
     EXPECT_EQ(run(dir, {"edit", path, path}).status, 2);  // several files need --in-place
 }

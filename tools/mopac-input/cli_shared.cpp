@@ -3,17 +3,33 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include <climits>
+#include <functional>
+#include <string>
+
 #include "commands.hpp"
 #include "edits.hpp"
+#include "text.hpp"
 
 namespace vesk::tools {
+namespace {
+
+CLI::Option* add_whole_number(CLI::App& command, const std::string& name, long long min, long long max,
+                              std::function<void(long long)> store, const std::string& description);
+
+}  // namespace
 
 void add_edit_options(CLI::App& command, EditRequest& request) {
     command.add_option("--method", request.method, "Replace every method keyword, new method first (e.g. PM7)");
-    command.add_option("--charge", request.charge, "Write CHARGE=Q in place of every CHARGE keyword");
-    command.add_option("--multiplicity", request.multiplicity,
-                       "Replace the spin keywords by UHF (unless 1) and MS=(N-1)/2");
-    auto* aux = command.add_option("--aux", request.aux_precision, "Write AUX(PRECISION=P) (P from 0 to 18)");
+    add_whole_number(command, "--charge", INT_MIN, INT_MAX,
+                     [&request](long long q) { request.charge = static_cast<int>(q); },
+                     "Write CHARGE=Q in place of every CHARGE keyword");
+    add_whole_number(command, "--multiplicity", 1, UINT_MAX,
+                     [&request](long long n) { request.multiplicity = static_cast<unsigned int>(n); },
+                     "Replace the spin keywords by UHF (unless 1) and MS=(N-1)/2");
+    auto* aux = add_whole_number(command, "--aux", 0, 18,
+                                 [&request](long long p) { request.aux_precision = static_cast<int>(p); },
+                                 "Write AUX(PRECISION=P) (P from 0 to 18)");
     command.add_flag("--aux-xp", request.aux_xp, "With --aux: add XP,XS,XW")->needs(aux);
     command.add_flag("--no-aux", request.no_aux, "Remove every AUX keyword")->excludes(aux);
     command.add_option("--remove", request.remove, "Remove every keyword of this name (repeatable)");
@@ -21,11 +37,32 @@ void add_edit_options(CLI::App& command, EditRequest& request) {
     command.add_option("--add,--keyword", request.add, "Append a keyword token (repeatable)");
     command.add_option("--title", request.title, "Replace the title line");
     command.add_option("--comment", request.comment, "Replace the comment line");
-    command.add_option("--width", request.width, "Keyword line width in bytes (default 78)");
+    add_whole_number(command, "--width", 0, LLONG_MAX,
+                     [&request](long long w) { request.width = static_cast<unsigned long long>(w); },
+                     "Keyword line width in bytes (default 78; 0 puts each keyword on a line of its own)");
 }
 
 std::string json_line(const nlohmann::json& value) {
     return value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + '\n';
 }
+
+namespace {
+
+// CLI11 would read "0x10" as 16 and "-1" as the largest unsigned value; these
+// options take plain decimal only, and anything else is a usage error.
+CLI::Option* add_whole_number(CLI::App& command, const std::string& name, long long min, long long max,
+                              std::function<void(long long)> store, const std::string& description) {
+    auto check_and_store = [name, min, max, store](const std::string& text) {
+        const std::optional<long long> value = parse_decimal(text, min, max);
+        if (!value) {
+            throw CLI::ValidationError(name, "expected a whole number from " + std::to_string(min) + " to " +
+                                                 std::to_string(max) + ", found \"" + text + "\"");
+        }
+        store(*value);
+    };
+    return command.add_option_function<std::string>(name, check_and_store, description)->type_name("INT");
+}
+
+}  // namespace
 
 }  // namespace vesk::tools

@@ -30,14 +30,15 @@ XyzFile parse_xyz(std::string_view text) {
     const std::vector<std::string_view> count_words = lines.empty() ? std::vector<std::string_view>{}
                                                                      : split_words(lines[0]);
     std::size_t count = 0;
-    if (count_words.size() != 1 ||
-        std::from_chars(count_words[0].data(), count_words[0].data() + count_words[0].size(), count).ptr !=
-            count_words[0].data() + count_words[0].size()) {
-        fail(1, "expected the number of atoms");
-    }
-    if (lines.size() < 2 + count) {
-        fail(lines.size() + 1, "the file ends after " + std::to_string(lines.size() < 2 ? 0 : lines.size() - 2) +
-                                   " of " + std::to_string(count) + " atoms");
+    if (count_words.size() != 1) fail(1, "expected the number of atoms");
+    const char* count_end = count_words[0].data() + count_words[0].size();
+    auto [stop, error] = std::from_chars(count_words[0].data(), count_end, count);
+    if (error != std::errc() || stop != count_end) fail(1, "expected the number of atoms");  // out of range too
+    // Not "lines.size() < 2 + count": that wraps around for a count near SIZE_MAX.
+    const std::size_t atom_lines = lines.size() < 2 ? 0 : lines.size() - 2;
+    if (count > atom_lines) {
+        fail(lines.size() + 1, "the file ends after " + std::to_string(atom_lines) + " of " + std::to_string(count) +
+                                   " atoms");
     }
 
     XyzFile file;
