@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -29,30 +30,59 @@ struct ToolRun {
     std::string err;
 };
 
-// Runs the tool with `args`, `input` on standard input; output goes through
-// files so that no pipe can fill up.
-ToolRun run(const TempDir& dir, const std::vector<std::string>& args, const std::string& input = "") {
+struct Started {
+    pid_t pid = -1;
+    std::string out, err;  // the files that hold standard output and error
+    int terminal = -1;     // the pseudo-terminal that is standard error, if any
+};
+
+// Starts the tool with `args` and `input` on standard input. Standard output
+// goes to a file (or to `out`, such as /dev/full), standard error to a file
+// or to a pseudo-terminal, so that no pipe can fill up.
+Started start(const TempDir& dir, const std::vector<std::string>& args, const std::string& input = "",
+              std::string out = "", bool terminal = false) {
+    Started s{-1, out.empty() ? dir.path() + "/.stdout" : out, dir.path() + "/.stderr", -1};
     const std::string in = dir.write(".stdin", input);
-    const std::string out = dir.path() + "/.stdout";
-    const std::string err = dir.path() + "/.stderr";
-    pid_t pid = ::fork();
-    if (pid == 0) {
+    int slave = -1;
+    if (terminal) {
+        s.terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
+        ::grantpt(s.terminal);
+        ::unlockpt(s.terminal);
+        slave = ::open(::ptsname(s.terminal), O_RDWR | O_NOCTTY);
+    }
+    s.pid = ::fork();
+    if (s.pid == 0) {
         ::dup2(::open(in.c_str(), O_RDONLY), 0);
-        ::dup2(::open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), 1);
-        ::dup2(::open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), 2);
+        ::dup2(::open(s.out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), 1);
+        ::dup2(terminal ? slave : ::open(s.err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), 2);
         std::vector<char*> argv{const_cast<char*>(MOPAC_INPUT_EXE)};
         for (const auto& a : args) argv.push_back(const_cast<char*>(a.c_str()));
         argv.push_back(nullptr);
         ::execv(MOPAC_INPUT_EXE, argv.data());
         ::_exit(127);
     }
+    if (slave >= 0) ::close(slave);
+    return s;
+}
+
+ToolRun finish(const Started& s) {
     ToolRun result;
+    if (s.terminal >= 0) {  // what the terminal showed; read returns EIO once the tool has exited
+        char buffer[4096];
+        for (ssize_t n; (n = ::read(s.terminal, buffer, sizeof buffer)) > 0;) result.err.append(buffer, n);
+        ::close(s.terminal);
+    }
     int status = 0;
-    ::waitpid(pid, &status, 0);
+    ::waitpid(s.pid, &status, 0);
     result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    result.out = read_text_file(out);
-    result.err = read_text_file(err);
+    if (s.out.rfind("/dev/", 0) != 0) result.out = read_text_file(s.out);
+    if (s.terminal < 0) result.err = read_text_file(s.err);
     return result;
+}
+
+ToolRun run(const TempDir& dir, const std::vector<std::string>& args, const std::string& input = "",
+            const std::string& out = "", bool terminal = false) {
+    return finish(start(dir, args, input, out, terminal));
 }
 
 const std::string example = read_text_file(VESK_EXAMPLES_DIR "/ethanol.mop");
@@ -62,8 +92,12 @@ TEST(mopac_input_tool, show_lists_what_the_library_reads) {
     ToolRun r = run(dir, {"show", dir.write("e.mop", example)});
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_THAT(r.out, HasSubstr("  keywords: PM7 CHARGE=0 AUX(PRECISION=9) SINGLET\n"));
-    EXPECT_THAT(r.out, HasSubstr("  charge: 0\n"));
+    EXPECT_THAT(r.out, HasSubstr("  charge: 0\n  aux: PRECISION=9\n"));
     EXPECT_THAT(r.out, HasSubstr("  atoms: 9 (C 2, H 6, O 1)\n"));
+    // a person reads the AUX options, and no byte of the file moves the terminal
+    const std::string odd = "PM7 AUX(PRECISION=9,XP)\n\x1b]0;owned\a\tt\xff\nc\nO 0 0 0\n";
+    EXPECT_THAT(run(dir, {"show", "-"}, odd).out,
+                HasSubstr("  aux: PRECISION=9, XP\n  title: \\x1b]0;owned\\x07\\tt\\xff\n"));
 
     ToolRun json = run(dir, {"show", "--json", "-", dir.path() + "/e.mop"}, "PM7\nt\nc\nO 0 0 0\nbad\n\nend\n");
     EXPECT_EQ(json.status, 0) << json.err;
@@ -75,6 +109,17 @@ TEST(mopac_input_tool, show_lists_what_the_library_reads) {
     EXPECT_EQ(objects[0]["raw_records"], nlohmann::json::array({"bad"}));
     EXPECT_EQ(objects[0]["trailing_lines"], nlohmann::json::array({"", "end"}));
     EXPECT_EQ(objects[1]["atoms_by_element"]["H"], 6);
+    EXPECT_EQ(objects[1]["aux"], nlohmann::json::array({"PRECISION=9"}));
+}
+
+TEST(mopac_input_tool, a_message_clears_the_progress_line_first) {
+    TempDir dir;
+    std::vector<std::string> args{"show"};
+    for (int i = 0; i < 11; ++i) args.push_back(dir.write("f" + std::to_string(i) + ".mop", i == 5 ? "PM7 +\n" : example));
+    ToolRun r = run(dir, args, "", "", true);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_THAT(r.err, HasSubstr("[6/11] " + args[6] + "\r\x1b[Kmopac-input: " + args[6] + ": MOPAC keyword"));
+    EXPECT_THAT(r.err, ::testing::EndsWith("[11/11] " + args[11] + "\r\x1b[K"));
 }
 
 TEST(mopac_input_tool, edit_writes_to_standard_output_or_a_file) {

@@ -9,6 +9,7 @@
 #include "check.hpp"
 #include "commands.hpp"
 #include "files.hpp"
+#include "text.hpp"
 
 namespace vesk::tools {
 namespace {
@@ -50,9 +51,10 @@ int run_check(const CheckOptions& options) {
                              {"error", file.parsed.ok ? Json() : Json(file.parsed.error)},
                              {"findings", list}});
         } else {
-            if (findings.empty() && file.parsed.ok) out = file.path + ": no findings\n";
+            const std::string path = escape_for_terminal(file.path);
+            if (findings.empty() && file.parsed.ok) out = path + ": no findings\n";
             for (const auto& f : findings) {
-                out += file.path + ':' + std::to_string(f.line) + ": " + f.code + ": " + f.message + '\n';
+                out += path + ':' + std::to_string(f.line) + ": " + f.code + ": " + escape_for_terminal(f.message) + '\n';
             }
         }
         const bool written = write_result("", out);

@@ -10,6 +10,7 @@
 
 #include "commands.hpp"
 #include "files.hpp"
+#include "text.hpp"
 
 namespace vesk::tools {
 namespace {
@@ -51,6 +52,15 @@ Json optional_value(const MopacInput& input, std::string_view name) {
     return value ? Json(*value) : Json();
 }
 
+// The options of the first AUX token, null without one. Its keyword_value
+// would be "9,XP)" for AUX(PRECISION=9,XP): the '=' comes before the '('.
+Json aux_description(const MopacInput& input) {
+    for (const std::string& token : input.keyword_tokens()) {
+        if (input::mopac::normalize_keyword_name(token) == "AUX") return aux_options(token);
+    }
+    return Json();
+}
+
 Json describe(const SourceFile& file) {
     const MopacInput& input = file.parsed.input;
     std::map<std::string, std::size_t> by_element;
@@ -74,7 +84,7 @@ Json describe(const SourceFile& file) {
             {"keywords", input.keyword_tokens()},
             {"charge", optional_value(input, "CHARGE")},
             {"ms", optional_value(input, "MS")},
-            {"aux", optional_value(input, "AUX")},
+            {"aux", aux_description(input)},
             {"title", input.title},
             {"comment", input.comment},
             {"atoms", atoms},
@@ -84,9 +94,17 @@ Json describe(const SourceFile& file) {
             {"trailing_lines", input.trailing_lines}};
 }
 
-// The description as lines for people; long lists are cut short.
+// The description as lines for people, every text escaped for a terminal;
+// long lists are cut short.
 std::string format_description(const Json& file) {
-    auto text = [](const Json& value) { return value.is_string() ? value.get<std::string>() : value.dump(); };
+    auto text = [](const Json& value) {
+        return escape_for_terminal(value.is_string() ? value.get<std::string>() : value.dump());
+    };
+    auto joined = [&text](const Json& items, const char* separator) {
+        std::string out;
+        for (const auto& item : items) out += (out.empty() ? "" : separator) + text(item);
+        return out;
+    };
     std::string out = text(file["file"]) + ": " + (file["ok"].get<bool>() ? "ok" : text(file["error"])) + '\n';
     auto line = [&out](const std::string& label, const std::string& value) { out += "  " + label + ": " + value + '\n'; };
     auto list = [&](const char* label, const Json& items) {
@@ -101,17 +119,16 @@ std::string format_description(const Json& file) {
         }
     };
     for (const auto& warning : file["warnings"]) line("warning", text(warning));
-    std::string keywords;
-    for (const auto& token : file["keywords"]) keywords += (keywords.empty() ? "" : " ") + text(token);
-    line("keywords", keywords);
-    for (const char* name : {"charge", "ms", "aux"}) {
+    line("keywords", joined(file["keywords"], " "));
+    for (const char* name : {"charge", "ms"}) {
         if (!file[name].is_null()) line(name, text(file[name]));
     }
+    if (!file["aux"].is_null()) line("aux", file["aux"].empty() ? "(no options)" : joined(file["aux"], ", "));
     line("title", text(file["title"]));
     line("comment", text(file["comment"]));
     std::string elements;
     for (const auto& [element, count] : file["atoms_by_element"].items()) {
-        elements += (elements.empty() ? "" : ", ") + element + " " + count.dump();
+        elements += (elements.empty() ? "" : ", ") + escape_for_terminal(element) + " " + count.dump();
     }
     line("atoms", file["atoms"].dump() + (elements.empty() ? "" : " (" + elements + ")"));
     list("translation vectors", file["translation_vectors"]);

@@ -9,32 +9,41 @@
 
 #include <vesk/core/fs.hpp>
 
+#include "text.hpp"
+
 namespace vesk::tools {
 namespace {
 
 // "[12/300] path" on standard error for long batches, only on a terminal.
+// Anything else printed meanwhile clears the line first, so that a message
+// never continues the progress text.
 class Progress {
 public:
-    explicit Progress(std::size_t total) : total_(total), shown_(total >= 10 && ::isatty(STDERR_FILENO)) {}
+    explicit Progress(std::size_t total);
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
-    ~Progress() {
-        if (shown_) std::cerr << "\r\033[K" << std::flush;
-    }
-    void step(const std::string& path) {
-        if (shown_) std::cerr << "\r\033[K[" << ++done_ << '/' << total_ << "] " << path << std::flush;
-    }
+    ~Progress();
+    void step(const std::string& path);
+    void clear();
 
 private:
     std::size_t total_;
     std::size_t done_ = 0;
     bool shown_;
+    bool drawn_ = false;
 };
+
+Progress* active_progress = nullptr;  // the one progress line on the terminal, if any
+
+void clear_progress() {
+    if (active_progress != nullptr) active_progress->clear();
+}
 
 }  // namespace
 
 void report(std::string_view where, std::string_view message) {
-    std::cerr << "mopac-input: " << where << ": " << message << '\n';
+    clear_progress();
+    std::cerr << "mopac-input: " << escape_for_terminal(where) << ": " << escape_for_terminal(message) << '\n';
 }
 
 bool read_source(const std::string& path, std::string& text) {
@@ -53,6 +62,7 @@ bool read_source(const std::string& path, std::string& text) {
 
 bool write_result(const std::string& path, std::string_view text) {
     if (path.empty()) {
+        clear_progress();
         std::cout << text << std::flush;
         return true;
     }
@@ -86,4 +96,28 @@ int for_each_file(const std::vector<std::string>& paths, const std::function<int
     return status;
 }
 
+namespace {
+
+Progress::Progress(std::size_t total) : total_(total), shown_(total >= 10 && ::isatty(STDERR_FILENO)) {
+    if (shown_) active_progress = this;
+}
+
+Progress::~Progress() {
+    clear();
+    if (active_progress == this) active_progress = nullptr;
+}
+
+void Progress::step(const std::string& path) {
+    ++done_;
+    if (!shown_) return;
+    std::cerr << "\r\033[K[" << done_ << '/' << total_ << "] " << escape_for_terminal(path) << std::flush;
+    drawn_ = true;
+}
+
+void Progress::clear() {
+    if (drawn_) std::cerr << "\r\033[K" << std::flush;
+    drawn_ = false;
+}
+
+}  // namespace
 }  // namespace vesk::tools

@@ -11,7 +11,7 @@
 
 namespace vesk::tools {
 
-/// Prints "mopac-input: WHERE: MESSAGE" on standard error.
+/// Prints "mopac-input: WHERE: MESSAGE" on standard error, control bytes escaped.
 void report(std::string_view where, std::string_view message);
 
 /// Reads a whole file, or standard input for "-"; reports a failure and answers false.
