@@ -173,6 +173,24 @@ TEST(mopac_input_tool, usage_errors_name_the_option_and_leave_the_file) {
     EXPECT_EQ(run(dir, {"edit", path, path}).status, 2);  // several files need --in-place
 }
 
+TEST(mopac_input_tool, every_write_is_checked_standard_output_included) {
+    TempDir dir;
+    const std::string path = dir.write("e.mop", example);
+    const std::vector<std::string> commands[] = {
+        {"show", path, path}, {"check", path}, {"xyz", path}, {"edit", path, "--charge", "1"},
+        {"new", "--xyz", "-"}, {"--help"},
+    };
+    for (const auto& args : commands) {
+        ToolRun r = run(dir, args, "1\nx\nH 0 0 0\n", "/dev/full");
+        EXPECT_EQ(r.status, 1) << args[0];
+        EXPECT_EQ(r.err, "mopac-input: standard output: No space left on device\n") << args[0];
+    }
+    ToolRun missing = run(dir, {"edit", path, "-o", dir.path() + "/no/such.mop"});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_EQ(missing.err, "mopac-input: " + dir.path() + "/no/such.mop: No such file or directory\n");
+    EXPECT_EQ(run(dir, {"xyz", path, "-o", dir.path()}).err, "mopac-input: " + dir.path() + ": Is a directory\n");
+}
+
 TEST(mopac_input_tool, new_then_xyz_gives_back_the_geometry) {
     TempDir dir;
     const std::string xyz = "3\nwater\nO 0 0 0\nH 0.9572 0 0\nH -0.2399872 0.9266272 0\n";

@@ -2,7 +2,6 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <iostream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -45,11 +44,11 @@ namespace {
 
 int run_edit(const EditOptions& options) {
     if (options.files.size() > 1 && !options.in_place) {
-        std::cerr << "mopac-input: edit: several files need --in-place\n";
+        report("edit", "several files need --in-place");
         return 2;
     }
     if (options.in_place && std::find(options.files.begin(), options.files.end(), "-") != options.files.end()) {
-        std::cerr << "mopac-input: edit: --in-place cannot write to standard input\n";
+        report("edit", "--in-place cannot write to standard input");
         return 2;
     }
     return for_each_file(options.files, [&options](SourceFile& file) {

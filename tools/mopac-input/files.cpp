@@ -1,11 +1,15 @@
 // Sources, results, messages and the read-report loop of mopac-input.
 #include "files.hpp"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstring>
 #include <exception>
 #include <iostream>
-#include <iterator>
+#include <system_error>
 
 #include <vesk/core/fs.hpp>
 
@@ -39,7 +43,33 @@ void clear_progress() {
     if (active_progress != nullptr) active_progress->clear();
 }
 
+bool standard_output_failed = false;  // reported once; nothing more is written there
+
+bool write_standard_output(std::string_view text);
+bool read_all(int fd, std::string& text, int& error);
+bool write_file_atomically(const std::string& path, std::string_view content, std::error_code& error);
+
 }  // namespace
+
+void guard_standard_streams() {
+    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+        // In this order open() answers `fd` itself; read-only, /dev/null gives
+        // an empty input and refuses writes (EBADF).
+        if (::fcntl(fd, F_GETFD) == -1 && errno == EBADF) ::open("/dev/null", O_RDONLY);
+    }
+}
+
+int finish_standard_output(int status) {
+    errno = 0;
+    std::cout.flush();
+    int reason = std::cout.fail() ? (errno != 0 ? errno : EIO) : 0;
+    if (::close(STDOUT_FILENO) != 0 && reason == 0) reason = errno;
+    if (reason != 0 && !standard_output_failed) {
+        standard_output_failed = true;
+        report("standard output", std::strerror(reason));
+    }
+    return standard_output_failed && status == 0 ? 1 : status;
+}
 
 void report(std::string_view where, std::string_view message) {
     clear_progress();
@@ -47,12 +77,14 @@ void report(std::string_view where, std::string_view message) {
 }
 
 bool read_source(const std::string& path, std::string& text) {
+    if (path == "-") {
+        int error = 0;
+        if (read_all(STDIN_FILENO, text, error)) return true;
+        report(path, std::string("cannot read standard input: ") + std::strerror(error));
+        return false;
+    }
     try {
-        if (path == "-") {
-            text.assign(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
-        } else {
-            text = core::fs::read_text_file(path);
-        }
+        text = core::fs::read_text_file(path);
         return true;
     } catch (const std::exception& error) {
         report(path, error.what());
@@ -61,13 +93,10 @@ bool read_source(const std::string& path, std::string& text) {
 }
 
 bool write_result(const std::string& path, std::string_view text) {
-    if (path.empty()) {
-        clear_progress();
-        std::cout << text << std::flush;
-        return true;
-    }
-    if (core::fs::write_text_file_atomic(path, text)) return true;
-    report(path, "cannot write the file");
+    if (path.empty()) return write_standard_output(text);
+    std::error_code error;
+    if (write_file_atomically(path, text, error)) return true;
+    report(path, error.message());
     return false;
 }
 
@@ -75,6 +104,7 @@ int for_each_file(const std::vector<std::string>& paths, const std::function<int
     int status = 0;
     Progress progress(paths.size());
     for (const std::string& path : paths) {
+        if (standard_output_failed) return 1;
         progress.step(path);
         SourceFile file{path, {}, {}};
         if (!read_source(path, file.text)) {
@@ -117,6 +147,55 @@ void Progress::step(const std::string& path) {
 void Progress::clear() {
     if (drawn_) std::cerr << "\r\033[K" << std::flush;
     drawn_ = false;
+}
+
+// Straight to the descriptor, so that the reason of a failure is known; the
+// text of one file goes out in one piece.
+bool write_standard_output(std::string_view text) {
+    if (standard_output_failed) return false;
+    clear_progress();
+    while (!text.empty()) {
+        const ssize_t n = ::write(STDOUT_FILENO, text.data(), text.size());
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) {
+            standard_output_failed = true;
+            report("standard output", std::strerror(errno));
+            return false;
+        }
+        text.remove_prefix(static_cast<std::size_t>(n));
+    }
+    return true;
+}
+
+bool read_all(int fd, std::string& text, int& error) {
+    char buffer[65536];
+    for (;;) {
+        const ssize_t n = ::read(fd, buffer, sizeof buffer);
+        if (n > 0) {
+            text.append(buffer, static_cast<std::size_t>(n));
+        } else if (n == 0) {
+            return true;
+        } else if (errno != EINTR) {
+            error = errno;
+            return false;
+        }
+    }
+}
+
+// The one call that replaces a file. libvesk_core_fs answers only whether it
+// did, so the reason is the errno that its failed call left behind. Once it
+// reports the reason itself, the body is one line:
+//     return core::fs::write_text_file_atomic(path, content, error);
+bool write_file_atomically(const std::string& path, std::string_view content, std::error_code& error) {
+    errno = 0;
+    if (core::fs::write_text_file_atomic(path, content)) return true;
+    int reason = errno;
+    struct stat target {};
+    if (reason == 0) {  // it refused the target itself: not a regular file
+        reason = ::stat(path.c_str(), &target) == 0 && S_ISDIR(target.st_mode) ? EISDIR : EINVAL;
+    }
+    error = std::error_code(reason, std::generic_category());
+    return false;
 }
 
 }  // namespace

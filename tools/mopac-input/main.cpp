@@ -2,12 +2,14 @@
 #include <CLI/CLI.hpp>
 
 #include "commands.hpp"
+#include "files.hpp"
 
 #ifndef MOPAC_INPUT_VERSION
 #define MOPAC_INPUT_VERSION "unknown"
 #endif
 
 int main(int argc, char** argv) {
+    vesk::tools::guard_standard_streams();
     CLI::App app{"Inspect, check, edit and create MOPAC input files.\n"
                  "Files are read whole and written atomically; '-' reads standard input."};
     app.set_version_flag("--version", "mopac-input " MOPAC_INPUT_VERSION);
@@ -21,7 +23,7 @@ int main(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : 2;  // --help and --version exit 0, usage errors 2
+        status = app.exit(error) == 0 ? 0 : 2;  // --help and --version exit 0, usage errors 2
     }
-    return status;
+    return vesk::tools::finish_standard_output(status);
 }
