@@ -173,6 +173,30 @@ TEST(mopac_input_tool, usage_errors_name_the_option_and_leave_the_file) {
     EXPECT_EQ(run(dir, {"edit", path, path}).status, 2);  // several files need --in-place
 }
 
+TEST(mopac_input_tool, nothing_is_written_that_reads_back_otherwise) {
+    TempDir dir;
+    const std::string path = dir.write("e.mop", example);
+    const std::string out = dir.path() + "/out.mop";
+    // Each made the title a keyword line or moved the atoms, exit 0.
+    const std::vector<std::string> refused[] = {
+        {"--add", "X +"}, {"--method", "'X", "--width", "20"}, {"--title", "New\nline"}, {"--set", "A=b c"}};
+    for (const auto& args : refused) {
+        std::vector<std::string> edit{"edit", path, "-o", out};
+        edit.insert(edit.end(), args.begin(), args.end());
+        ToolRun r = run(dir, edit);
+        EXPECT_EQ(r.status, 2) << args[1];
+        EXPECT_THAT(r.err, HasSubstr(args[0] + ": \"")) << args[1];
+        EXPECT_EQ(run(dir, {"new", "--xyz", "-", args[0], args[1]}, "1\nx\nH 0 0 0\n").status, 2);
+    }
+    EXPECT_EQ(dir.entries(), (std::vector<std::string>{".stderr", ".stdin", ".stdout", "e.mop"}));
+    // An open quote in the file would take in the new CHARGE token.
+    const std::string quote = dir.write("q.mop", "PM7 'abc\nt\nc\nO 0 0 0\n");
+    ToolRun r = run(dir, {"edit", "--in-place", quote, "--charge", "1"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err, "mopac-input: " + quote + ": not written: the edited file would read back differently (keywords)\n");
+    EXPECT_EQ(read_text_file(quote), "PM7 'abc\nt\nc\nO 0 0 0\n");
+}
+
 TEST(mopac_input_tool, every_write_is_checked_standard_output_included) {
     TempDir dir;
     const std::string path = dir.write("e.mop", example);
