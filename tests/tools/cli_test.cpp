@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -149,6 +150,22 @@ TEST(mopac_input_tool, in_place_batch_leaves_a_malformed_file_untouched) {
     EXPECT_EQ(read_text_file(bad), "PM7 +\n");
     EXPECT_THAT(read_text_file(a), ::testing::StartsWith("AM1 CHARGE=0 AUX(PRECISION=9) SINGLET\n"));
     EXPECT_EQ(read_text_file(b), "AM1\nt\nc\nO 0 0 0\n");
+}
+
+TEST(mopac_input_tool, in_place_waits_for_the_lock_and_edits_the_file_it_finds) {
+    TempDir dir;
+    const std::string path = dir.write("e.mop", "PM7\nt\nc\nO 0 0 0\n");
+    const int other = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);  // another run that holds the file
+    ASSERT_EQ(::flock(other, LOCK_EX), 0);
+    Started edit = start(dir, {"edit", "--in-place", path, "--charge", "1"});
+    ::usleep(300000);
+    EXPECT_EQ(read_text_file(path), "PM7\nt\nc\nO 0 0 0\n");  // waiting
+    // The other run renames its result over the path, then lets go.
+    ::rename(dir.write("other.mop", "AM1\nt\nc\nO 0 0 0\n").c_str(), path.c_str());
+    ::close(other);
+    ToolRun r = finish(edit);
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(read_text_file(path), "AM1 CHARGE=1\nt\nc\nO 0 0 0\n");  // both updates
 }
 
 TEST(mopac_input_tool, usage_errors_name_the_option_and_leave_the_file) {

@@ -35,7 +35,9 @@ void add_edit_command(CLI::App& app, int& status) {
     edit->add_option("FILE", options->files, "Input files ('-' for standard input)")->required();
     add_edit_options(*edit, options->request);
     auto* output = edit->add_option("-o,--output", options->output, "Write the result here (one input file)");
-    edit->add_flag("--in-place", options->in_place, "Write each result back to its file")->excludes(output);
+    edit->add_flag("--in-place", options->in_place,
+                   "Write each result back to its file, holding a lock (flock) on it from reading to replacing")
+        ->excludes(output);
     edit->add_flag("--force", options->force, "Edit even files whose keyword line MOPAC would not read");
     edit->callback([options, &status] { status = run_edit(*options); });
 }
@@ -61,7 +63,7 @@ int run_edit(const EditOptions& options) {
         }
         return edit_and_write(file.path, std::move(file.parsed.input), options.request,
                               options.in_place ? file.path : options.output);
-    });
+    }, options.in_place);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include "files.hpp"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,6 +11,7 @@
 #include <exception>
 #include <iostream>
 #include <system_error>
+#include <utility>
 
 #include <vesk/core/fs.hpp>
 
@@ -44,6 +46,26 @@ void clear_progress() {
 }
 
 bool standard_output_failed = false;  // reported once; nothing more is written there
+
+// An open file, closed on every way out.
+class Descriptor {
+public:
+    explicit Descriptor(int fd = -1) noexcept : fd_(fd) {}
+    Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        std::swap(fd_, other.fd_);
+        return *this;
+    }
+    ~Descriptor() {
+        if (fd_ >= 0) ::close(fd_);
+    }
+    int get() const noexcept { return fd_; }
+
+private:
+    int fd_;
+};
+
+bool lock_and_read(const std::string& path, Descriptor& held, std::string& text);
 
 bool write_standard_output(std::string_view text);
 bool read_all(int fd, std::string& text, int& error);
@@ -100,14 +122,16 @@ bool write_result(const std::string& path, std::string_view text) {
     return false;
 }
 
-int for_each_file(const std::vector<std::string>& paths, const std::function<int(SourceFile&)>& use) {
+int for_each_file(const std::vector<std::string>& paths, const std::function<int(SourceFile&)>& use,
+                  bool lock) {
     int status = 0;
     Progress progress(paths.size());
     for (const std::string& path : paths) {
         if (standard_output_failed) return 1;
         progress.step(path);
         SourceFile file{path, {}, {}};
-        if (!read_source(path, file.text)) {
+        Descriptor held;  // with `lock`: the locked file, until `use` has written its result
+        if (!(lock ? lock_and_read(path, held, file.text) : read_source(path, file.text))) {
             status = 1;
             continue;
         }
@@ -179,6 +203,34 @@ bool read_all(int fd, std::string& text, int& error) {
             error = errno;
             return false;
         }
+    }
+}
+
+bool report_read_failure(const std::string& path, int error) {
+    report(path, "cannot read '" + path + "': " + std::strerror(error));
+    return false;
+}
+
+// Opens `path` read-only, takes an exclusive lock and reads through that
+// descriptor. While this run waited for the lock, the run that held it may
+// have renamed its result over the path: then the locked file is no longer
+// the one the path names, and the new one is opened and locked instead.
+bool lock_and_read(const std::string& path, Descriptor& held, std::string& text) {
+    for (;;) {
+        Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+        if (file.get() < 0) return report_read_failure(path, errno);
+        int locked = 0;
+        while ((locked = ::flock(file.get(), LOCK_EX)) != 0 && errno == EINTR) {
+        }
+        struct stat locked_file {}, named_file {};
+        if (locked != 0 || ::fstat(file.get(), &locked_file) != 0 || ::stat(path.c_str(), &named_file) != 0) {
+            return report_read_failure(path, errno);
+        }
+        if (locked_file.st_dev != named_file.st_dev || locked_file.st_ino != named_file.st_ino) continue;
+        int error = 0;
+        if (!read_all(file.get(), text, error)) return report_read_failure(path, error);
+        held = std::move(file);
+        return true;
     }
 }
 

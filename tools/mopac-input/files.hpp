@@ -46,6 +46,11 @@ struct SourceFile {
 /// cannot be read or parsed, and hands each file that was read to `use`, which
 /// answers its exit status (an exception it throws is reported as a failure).
 /// Stops when standard output has failed. Answers 1 when anything failed.
-int for_each_file(const std::vector<std::string>& paths, const std::function<int(SourceFile&)>& use);
+///
+/// With `lock`, each file is locked (flock, exclusive) before it is read and
+/// stays locked until `use` returns, so that runs that replace one file take
+/// turns instead of losing each other's update.
+int for_each_file(const std::vector<std::string>& paths, const std::function<int(SourceFile&)>& use,
+                  bool lock = false);
 
 }  // namespace vesk::tools
