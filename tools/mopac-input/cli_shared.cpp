@@ -62,7 +62,8 @@ CLI::Option* add_whole_number(CLI::App& command, const std::string& name, long l
         const std::optional<long long> value = parse_decimal(text, min, max);
         if (!value) {
             throw CLI::ValidationError(name, "expected a whole number from " + std::to_string(min) + " to " +
-                                                 std::to_string(max) + ", found \"" + text + "\"");
+                                                 std::to_string(max) + ", found \"" +
+                                                 escape_for_terminal(text) + "\"");
         }
         store(*value);
     };
