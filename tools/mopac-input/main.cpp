@@ -1,6 +1,8 @@
 // mopac-input: inspect, check, edit and create MOPAC input files from the shell.
 #include <CLI/CLI.hpp>
 
+#include <exception>
+
 #include "commands.hpp"
 #include "files.hpp"
 
@@ -24,6 +26,9 @@ int main(int argc, char** argv) {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         status = app.exit(error) == 0 ? 0 : 2;  // --help and --version exit 0, usage errors 2
+    } catch (const std::exception& error) {     // memory, say: a message and exit 1, not std::terminate
+        vesk::tools::report("stopped", error.what());
+        status = 1;
     }
     return vesk::tools::finish_standard_output(status);
 }
