@@ -54,7 +54,8 @@ int run_check(const CheckOptions& options) {
             const std::string path = escape_for_terminal(file.path);
             if (findings.empty() && file.parsed.ok) out = path + ": no findings\n";
             for (const auto& f : findings) {
-                out += path + ':' + std::to_string(f.line) + ": " + f.code + ": " + escape_for_terminal(f.message) + '\n';
+                out += path + ':' + std::to_string(f.line) + ": " + f.code + ": " + escape_for_terminal(f.message) +
+                       '\n';
             }
         }
         const bool written = write_result("", out);

@@ -106,7 +106,9 @@ std::string format_description(const Json& file) {
         return out;
     };
     std::string out = text(file["file"]) + ": " + (file["ok"].get<bool>() ? "ok" : text(file["error"])) + '\n';
-    auto line = [&out](const std::string& label, const std::string& value) { out += "  " + label + ": " + value + '\n'; };
+    auto line = [&out](const std::string& label, const std::string& value) {
+        out += "  " + label + ": " + value + '\n';
+    };
     auto list = [&](const char* label, const Json& items) {
         line(label, std::to_string(items.size()));
         std::size_t shown = 0;
