@@ -11,6 +11,7 @@ install(TARGETS vesk_mopac_mop vesk_core_fs
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 set_target_properties(vesk_mopac_mop PROPERTIES EXPORT_NAME mopac_mop)
 set_target_properties(vesk_core_fs PROPERTIES EXPORT_NAME core_fs)
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/vesk
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
     FILES_MATCHING PATTERN "*.hpp")
@@ -27,7 +28,7 @@ configure_package_config_file(
 write_basic_package_version_file(
     ${PROJECT_BINARY_DIR}/vesk_mopac_mop-config-version.cmake
     VERSION ${PROJECT_VERSION}
-    COMPATIBILITY SameMajorVersion)
+    COMPATIBILITY ${VESK_PACKAGE_COMPATIBILITY})
 install(FILES
     ${PROJECT_BINARY_DIR}/vesk_mopac_mop-config.cmake
     ${PROJECT_BINARY_DIR}/vesk_mopac_mop-config-version.cmake

@@ -50,6 +50,10 @@ TEST(parse_xyz, reads_atoms_and_names_the_bad_line) {
         {"2\nc\nO 0 0 0\n", "line 4: the file ends after 1 of 2 atoms"},
         {"2\nc\nO 0 0 0\nH 1,5 0 0\n", "line 4: expected an element and three coordinates, found \"H 1,5 0 0\""},
         {"1\nc\nO 0 0 0\nH 1 0 0\n", "line 4: more lines than the 1 atoms"},
+        // counts that "2 + count" wrapped around to a small number
+        {"18446744073709551615\nc\nO 0 0 0\n", "line 4: the file ends after 1 of 18446744073709551615 atoms"},
+        {"18446744073709551614\nc\n", "line 3: the file ends after 0 of 18446744073709551614 atoms"},
+        {"18446744073709551616\nc\n", "line 1: expected the number of atoms"},
     };
     for (const auto& [text, message] : bad) {
         try {

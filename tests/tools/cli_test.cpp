@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <sys/file.h>
+#include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -29,30 +31,59 @@ struct ToolRun {
     std::string err;
 };
 
-// Runs the tool with `args`, `input` on standard input; output goes through
-// files so that no pipe can fill up.
-ToolRun run(const TempDir& dir, const std::vector<std::string>& args, const std::string& input = "") {
+struct Started {
+    pid_t pid = -1;
+    std::string out, err;  // the files that hold standard output and error
+    int terminal = -1;     // the pseudo-terminal that is standard error, if any
+};
+
+// Starts the tool with `args` and `input` on standard input. Standard output
+// goes to a file (or to `out`, such as /dev/full), standard error to a file
+// or to a pseudo-terminal, so that no pipe can fill up.
+Started start(const TempDir& dir, const std::vector<std::string>& args, const std::string& input = "",
+              std::string out = "", bool terminal = false) {
+    Started s{-1, out.empty() ? dir.path() + "/.stdout" : out, dir.path() + "/.stderr", -1};
     const std::string in = dir.write(".stdin", input);
-    const std::string out = dir.path() + "/.stdout";
-    const std::string err = dir.path() + "/.stderr";
-    pid_t pid = ::fork();
-    if (pid == 0) {
+    int slave = -1;
+    if (terminal) {
+        s.terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
+        ::grantpt(s.terminal);
+        ::unlockpt(s.terminal);
+        slave = ::open(::ptsname(s.terminal), O_RDWR | O_NOCTTY);
+    }
+    s.pid = ::fork();
+    if (s.pid == 0) {
         ::dup2(::open(in.c_str(), O_RDONLY), 0);
-        ::dup2(::open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), 1);
-        ::dup2(::open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), 2);
+        ::dup2(::open(s.out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), 1);
+        ::dup2(terminal ? slave : ::open(s.err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), 2);
         std::vector<char*> argv{const_cast<char*>(MOPAC_INPUT_EXE)};
         for (const auto& a : args) argv.push_back(const_cast<char*>(a.c_str()));
         argv.push_back(nullptr);
         ::execv(MOPAC_INPUT_EXE, argv.data());
         ::_exit(127);
     }
+    if (slave >= 0) ::close(slave);
+    return s;
+}
+
+ToolRun finish(const Started& s) {
     ToolRun result;
+    if (s.terminal >= 0) {  // what the terminal showed; read returns EIO once the tool has exited
+        char buffer[4096];
+        for (ssize_t n; (n = ::read(s.terminal, buffer, sizeof buffer)) > 0;) result.err.append(buffer, n);
+        ::close(s.terminal);
+    }
     int status = 0;
-    ::waitpid(pid, &status, 0);
+    ::waitpid(s.pid, &status, 0);
     result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    result.out = read_text_file(out);
-    result.err = read_text_file(err);
+    if (s.out.rfind("/dev/", 0) != 0) result.out = read_text_file(s.out);
+    if (s.terminal < 0) result.err = read_text_file(s.err);
     return result;
+}
+
+ToolRun run(const TempDir& dir, const std::vector<std::string>& args, const std::string& input = "",
+            const std::string& out = "", bool terminal = false) {
+    return finish(start(dir, args, input, out, terminal));
 }
 
 const std::string example = read_text_file(VESK_EXAMPLES_DIR "/ethanol.mop");
@@ -62,8 +93,12 @@ TEST(mopac_input_tool, show_lists_what_the_library_reads) {
     ToolRun r = run(dir, {"show", dir.write("e.mop", example)});
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_THAT(r.out, HasSubstr("  keywords: PM7 CHARGE=0 AUX(PRECISION=9) SINGLET\n"));
-    EXPECT_THAT(r.out, HasSubstr("  charge: 0\n"));
+    EXPECT_THAT(r.out, HasSubstr("  charge: 0\n  aux: PRECISION=9\n"));
     EXPECT_THAT(r.out, HasSubstr("  atoms: 9 (C 2, H 6, O 1)\n"));
+    // a person reads the AUX options, and no byte of the file moves the terminal
+    const std::string odd = "PM7 AUX(PRECISION=9,XP)\n\x1b]0;owned\a\tt\xff\nc\nO 0 0 0\n";
+    EXPECT_THAT(run(dir, {"show", "-"}, odd).out,
+                HasSubstr("  aux: PRECISION=9, XP\n  title: \\x1b]0;owned\\x07\\tt\\xff\n"));
 
     ToolRun json = run(dir, {"show", "--json", "-", dir.path() + "/e.mop"}, "PM7\nt\nc\nO 0 0 0\nbad\n\nend\n");
     EXPECT_EQ(json.status, 0) << json.err;
@@ -75,6 +110,20 @@ TEST(mopac_input_tool, show_lists_what_the_library_reads) {
     EXPECT_EQ(objects[0]["raw_records"], nlohmann::json::array({"bad"}));
     EXPECT_EQ(objects[0]["trailing_lines"], nlohmann::json::array({"", "end"}));
     EXPECT_EQ(objects[1]["atoms_by_element"]["H"], 6);
+    EXPECT_EQ(objects[1]["aux"], nlohmann::json::array({"PRECISION=9"}));
+}
+
+TEST(mopac_input_tool, a_message_clears_the_progress_line_first) {
+    if (::access("/dev/ptmx", R_OK | W_OK) != 0) GTEST_SKIP() << "no pseudo-terminals here";
+    TempDir dir;
+    std::vector<std::string> args{"show"};
+    for (int i = 0; i < 11; ++i) {
+        args.push_back(dir.write("f" + std::to_string(i) + ".mop", i == 5 ? "PM7 +\n" : example));
+    }
+    ToolRun r = run(dir, args, "", "", true);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_THAT(r.err, HasSubstr("[6/11] " + args[6] + "\r\x1b[Kmopac-input: " + args[6] + ": MOPAC keyword"));
+    EXPECT_THAT(r.err, ::testing::EndsWith("[11/11] " + args[11] + "\r\x1b[K"));
 }
 
 TEST(mopac_input_tool, edit_writes_to_standard_output_or_a_file) {
@@ -106,17 +155,85 @@ TEST(mopac_input_tool, in_place_batch_leaves_a_malformed_file_untouched) {
     EXPECT_EQ(read_text_file(b), "AM1\nt\nc\nO 0 0 0\n");
 }
 
-TEST(mopac_input_tool, refusals_leave_the_file_and_name_the_reason) {
+TEST(mopac_input_tool, in_place_waits_for_the_lock_and_edits_the_file_it_finds) {
+    TempDir dir;
+    const std::string path = dir.write("e.mop", "PM7\nt\nc\nO 0 0 0\n");
+    const int other = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);  // another run that holds the file
+    ASSERT_EQ(::flock(other, LOCK_EX), 0);
+    Started edit = start(dir, {"edit", "--in-place", path, "--charge", "1"});
+    ::usleep(300000);
+    EXPECT_EQ(read_text_file(path), "PM7\nt\nc\nO 0 0 0\n");  // waiting
+    // The other run renames its result over the path, then lets go.
+    ::rename(dir.write("other.mop", "AM1\nt\nc\nO 0 0 0\n").c_str(), path.c_str());
+    ::close(other);
+    ToolRun r = finish(edit);
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(read_text_file(path), "AM1 CHARGE=1\nt\nc\nO 0 0 0\n");  // both updates
+}
+
+TEST(mopac_input_tool, usage_errors_name_the_option_and_leave_the_file) {
     TempDir dir;
     const std::string path = dir.write("e.mop", example);
-    ToolRun zero = run(dir, {"edit", "--in-place", path, "--method", "PM7", "--multiplicity", "0"});
-    EXPECT_EQ(zero.status, 1);
-    EXPECT_EQ(zero.err, "mopac-input: " + path + ": MOPAC multiplicity must be positive\n");
-    ToolRun aux = run(dir, {"edit", "--in-place", path, "--aux", "19"});
-    EXPECT_EQ(aux.err, "mopac-input: " + path + ": MOPAC AUX precision must be between 0 and 18\n");
+    // Whole numbers are plain decimal, signed only where a negative value makes sense.
+    const std::pair<std::string, std::string> refused[] = {
+        {"--width", "-1"},          {"--width", "0x10"},    {"--charge", "0x10"}, {"--charge", "1.5"},
+        {"--charge", "2147483648"}, {"--charge", " 1"},     {"--multiplicity", "0"},
+        {"--multiplicity", "+3"},   {"--aux", "19"},        {"--aux", "-0"},
+    };
+    for (const auto& [option, value] : refused) {
+        ToolRun r = run(dir, {"edit", "--in-place", path, option, value});
+        EXPECT_EQ(r.status, 2) << option << ' ' << value;
+        EXPECT_THAT(r.err, HasSubstr(option + ": expected a whole number from ")) << value;
+    }
+    EXPECT_EQ(run(dir, {"new", "--xyz", "-", "--width", "-1"}, "1\nx\nH 0 0 0\n").status, 2);
     EXPECT_EQ(read_text_file(path), example);
+    EXPECT_THAT(run(dir, {"edit", path, "--charge", "+2", "--width", "0"}).out,
+                ::testing::StartsWith("PM7 +\nAUX(PRECISION=9) +\nSINGLET +\nCHARGE=2\n"));
     EXPECT_EQ(run(dir, {"edit", path, "--frobnicate"}).status, 2);
     EXPECT_EQ(run(dir, {"edit", path, path}).status, 2);  // several files need --in-place
+}
+
+TEST(mopac_input_tool, nothing_is_written_that_reads_back_otherwise) {
+    TempDir dir;
+    const std::string path = dir.write("e.mop", example);
+    const std::string out = dir.path() + "/out.mop";
+    // Each made the title a keyword line or moved the atoms, exit 0.
+    const std::vector<std::string> refused[] = {
+        {"--add", "X +"}, {"--method", "'X", "--width", "20"}, {"--title", "New\nline"}, {"--set", "A=b c"}};
+    for (const auto& args : refused) {
+        std::vector<std::string> edit{"edit", path, "-o", out};
+        edit.insert(edit.end(), args.begin(), args.end());
+        ToolRun r = run(dir, edit);
+        EXPECT_EQ(r.status, 2) << args[1];
+        EXPECT_THAT(r.err, HasSubstr(args[0] + ": \"")) << args[1];
+        EXPECT_EQ(run(dir, {"new", "--xyz", "-", args[0], args[1]}, "1\nx\nH 0 0 0\n").status, 2);
+    }
+    EXPECT_EQ(dir.entries(), (std::vector<std::string>{".stderr", ".stdin", ".stdout", "e.mop"}));
+    // An open quote in the file would take in the new CHARGE token.
+    const std::string quote = dir.write("q.mop", "PM7 'abc\nt\nc\nO 0 0 0\n");
+    ToolRun r = run(dir, {"edit", "--in-place", quote, "--charge", "1"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err,
+              "mopac-input: " + quote + ": not written: the edited file would read back differently (keywords)\n");
+    EXPECT_EQ(read_text_file(quote), "PM7 'abc\nt\nc\nO 0 0 0\n");
+}
+
+TEST(mopac_input_tool, every_write_is_checked_standard_output_included) {
+    TempDir dir;
+    const std::string path = dir.write("e.mop", example);
+    const std::vector<std::string> commands[] = {
+        {"show", path, path}, {"check", path}, {"xyz", path}, {"edit", path, "--charge", "1"},
+        {"new", "--xyz", "-"}, {"--help"},
+    };
+    for (const auto& args : commands) {
+        ToolRun r = run(dir, args, "1\nx\nH 0 0 0\n", "/dev/full");
+        EXPECT_EQ(r.status, 1) << args[0];
+        EXPECT_EQ(r.err, "mopac-input: standard output: No space left on device\n") << args[0];
+    }
+    ToolRun missing = run(dir, {"edit", path, "-o", dir.path() + "/no/such.mop"});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_EQ(missing.err, "mopac-input: " + dir.path() + "/no/such.mop: No such file or directory\n");
+    EXPECT_EQ(run(dir, {"xyz", path, "-o", dir.path()}).err, "mopac-input: " + dir.path() + ": Is a directory\n");
 }
 
 TEST(mopac_input_tool, new_then_xyz_gives_back_the_geometry) {
@@ -133,6 +250,9 @@ TEST(mopac_input_tool, new_then_xyz_gives_back_the_geometry) {
 
     ToolRun fixed = run(dir, {"new", "--xyz", "-", "--fixed", "--title", "T"}, xyz);
     EXPECT_THAT(fixed.out, HasSubstr("\nT\n\nO 0 0 0 0 0 0\n"));
+    // new goes through the edits of edit: --width and --set are honoured
+    ToolRun narrow = run(dir, {"new", "--xyz", "-", "--method", "PM7", "--set", "T=1", "--width", "6"}, xyz);
+    EXPECT_THAT(narrow.out, ::testing::StartsWith("PM7 +\nT=1\nwater\n"));
 
     ToolRun bad = run(dir, {"new", "--xyz", dir.write("bad.xyz", "2\nc\nO 0 0 0\nH x 0 0\n")});
     EXPECT_EQ(bad.status, 1);

@@ -7,6 +7,8 @@
 #include <set>
 #include <string>
 
+#include "text.hpp"
+
 namespace vesk::tools {
 namespace {
 
@@ -17,7 +19,6 @@ void check_line_ends(std::string_view text, std::vector<Finding>& out);
 void check_head(const MopacInput& input, std::vector<Finding>& out);
 void check_methods_and_spin(const MopacInput& input, std::vector<Finding>& out);
 void check_records(const MopacInput& input, std::vector<Finding>& out);
-std::vector<std::string_view> words(std::string_view line);
 
 }  // namespace
 
@@ -59,7 +60,7 @@ void check_head(const MopacInput& input, std::vector<Finding>& out) {
                            true});
         }
         if (i > keyword_count) continue;  // '&' and "++" matter on keyword lines and the title
-        for (std::string_view word : words(head[i])) {
+        for (std::string_view word : split_words(head[i])) {
             if (word == "&") {
                 out.push_back({line, "ampersand",
                                "line " + std::to_string(line) +
@@ -129,19 +130,6 @@ void check_records(const MopacInput& input, std::vector<Finding>& out) {
             }
         }
     }
-}
-
-// Blank-separated words of a line, as MOPAC splits its keyword lines.
-std::vector<std::string_view> words(std::string_view line) {
-    std::vector<std::string_view> result;
-    std::size_t i = 0;
-    while (i < line.size()) {
-        while (i < line.size() && (line[i] == ' ' || line[i] == '\t' || line[i] == '\r')) ++i;
-        std::size_t start = i;
-        while (i < line.size() && line[i] != ' ' && line[i] != '\t' && line[i] != '\r') ++i;
-        if (i > start) result.push_back(line.substr(start, i - start));
-    }
-    return result;
 }
 
 }  // namespace

@@ -6,10 +6,11 @@
 #include <system_error>
 #include <vector>
 
+#include "text.hpp"
+
 namespace vesk::tools {
 namespace {
 
-std::vector<std::string_view> split_words(std::string_view line);
 bool read_number(std::string_view word, double& value);
 [[noreturn]] void fail(std::size_t line, const std::string& what);
 
@@ -29,14 +30,15 @@ XyzFile parse_xyz(std::string_view text) {
     const std::vector<std::string_view> count_words = lines.empty() ? std::vector<std::string_view>{}
                                                                      : split_words(lines[0]);
     std::size_t count = 0;
-    if (count_words.size() != 1 ||
-        std::from_chars(count_words[0].data(), count_words[0].data() + count_words[0].size(), count).ptr !=
-            count_words[0].data() + count_words[0].size()) {
-        fail(1, "expected the number of atoms");
-    }
-    if (lines.size() < 2 + count) {
-        fail(lines.size() + 1, "the file ends after " + std::to_string(lines.size() < 2 ? 0 : lines.size() - 2) +
-                                   " of " + std::to_string(count) + " atoms");
+    if (count_words.size() != 1) fail(1, "expected the number of atoms");
+    const char* count_end = count_words[0].data() + count_words[0].size();
+    auto [stop, error] = std::from_chars(count_words[0].data(), count_end, count);
+    if (error != std::errc() || stop != count_end) fail(1, "expected the number of atoms");  // out of range too
+    // Not "lines.size() < 2 + count": that wraps around for a count near SIZE_MAX.
+    const std::size_t atom_lines = lines.size() < 2 ? 0 : lines.size() - 2;
+    if (count > atom_lines) {
+        fail(lines.size() + 1, "the file ends after " + std::to_string(atom_lines) + " of " + std::to_string(count) +
+                                   " atoms");
     }
 
     XyzFile file;
@@ -74,18 +76,6 @@ std::string format_xyz(const core::Geometry& geometry, std::string_view comment)
 }
 
 namespace {
-
-std::vector<std::string_view> split_words(std::string_view line) {
-    std::vector<std::string_view> words;
-    std::size_t i = 0;
-    while (i < line.size()) {
-        while (i < line.size() && (line[i] == ' ' || line[i] == '\t')) ++i;
-        std::size_t start = i;
-        while (i < line.size() && line[i] != ' ' && line[i] != '\t') ++i;
-        if (i > start) words.push_back(line.substr(start, i - start));
-    }
-    return words;
-}
 
 bool read_number(std::string_view word, double& value) {
     if (!word.empty() && word[0] == '+') word.remove_prefix(1);

@@ -1,0 +1,85 @@
+// What several subcommands share on the command line: the edit options of
+// `edit` and `new` (one definition of each) and the JSON output line.
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include <climits>
+#include <functional>
+#include <string>
+
+#include "commands.hpp"
+#include "edits.hpp"
+#include "text.hpp"
+
+namespace vesk::tools {
+namespace {
+
+CLI::Option* add_whole_number(CLI::App& command, const std::string& name, long long min, long long max,
+                              std::function<void(long long)> store, const std::string& description);
+CLI::Validator refusing(std::string (*problem)(std::string_view));
+
+}  // namespace
+
+void add_edit_options(CLI::App& command, EditRequest& request) {
+    // What cannot be written safely is a usage error before any file is read.
+    const CLI::Validator one_token = refusing(keyword_token_problem);
+    const CLI::Validator one_line = refusing(head_line_problem);
+    command.add_option("--method", request.method, "Replace every method keyword, new method first (e.g. PM7)")
+        ->check(one_token);
+    add_whole_number(command, "--charge", INT_MIN, INT_MAX,
+                     [&request](long long q) { request.charge = static_cast<int>(q); },
+                     "Write CHARGE=Q in place of every CHARGE keyword");
+    add_whole_number(command, "--multiplicity", 1, UINT_MAX,
+                     [&request](long long n) { request.multiplicity = static_cast<unsigned int>(n); },
+                     "Replace the spin keywords by UHF (unless 1) and MS=(N-1)/2");
+    auto* aux = add_whole_number(command, "--aux", 0, 18,
+                                 [&request](long long p) { request.aux_precision = static_cast<int>(p); },
+                                 "Write AUX(PRECISION=P) (P from 0 to 18)");
+    command.add_flag("--aux-xp", request.aux_xp, "With --aux: add XP,XS,XW")->needs(aux);
+    command.add_flag("--no-aux", request.no_aux, "Remove every AUX keyword")->excludes(aux);
+    command.add_option("--remove", request.remove, "Remove every keyword of this name (repeatable)");
+    command.add_option("--set", request.set, "Set NAME or NAME=VALUE, replacing that keyword (repeatable)")
+        ->check(one_token);
+    command.add_option("--add,--keyword", request.add, "Append a keyword token (repeatable)")->check(one_token);
+    command.add_option("--title", request.title, "Replace the title line")->check(one_line);
+    command.add_option("--comment", request.comment, "Replace the comment line")->check(one_line);
+    add_whole_number(command, "--width", 0, LLONG_MAX,
+                     [&request](long long w) { request.width = static_cast<unsigned long long>(w); },
+                     "Keyword line width in bytes (default 78; 0 puts each keyword on a line of its own)");
+}
+
+std::string json_line(const nlohmann::json& value) {
+    return value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + '\n';
+}
+
+namespace {
+
+// CLI11 would read "0x10" as 16 and "-1" as the largest unsigned value; these
+// options take plain decimal only, and anything else is a usage error.
+CLI::Option* add_whole_number(CLI::App& command, const std::string& name, long long min, long long max,
+                              std::function<void(long long)> store, const std::string& description) {
+    auto check_and_store = [name, min, max, store](const std::string& text) {
+        const std::optional<long long> value = parse_decimal(text, min, max);
+        if (!value) {
+            throw CLI::ValidationError(name, "expected a whole number from " + std::to_string(min) + " to " +
+                                                 std::to_string(max) + ", found \"" +
+                                                 escape_for_terminal(text) + "\"");
+        }
+        store(*value);
+    };
+    return command.add_option_function<std::string>(name, check_and_store, description)->type_name("INT");
+}
+
+// A check that refuses a value for which `problem` has something to say.
+CLI::Validator refusing(std::string (*problem)(std::string_view)) {
+    return CLI::Validator(
+        [problem](std::string& value) {
+            const std::string found = problem(value);
+            return found.empty() ? found : "\"" + escape_for_terminal(value) + "\" " + found;
+        },
+        "");
+}
+
+}  // namespace
+
+}  // namespace vesk::tools

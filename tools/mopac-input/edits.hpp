@@ -1,0 +1,58 @@
+// The edits of `edit` and `new`: what may be asked, the one order in which it
+// is applied, and the one way an edited file is checked and written.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <vesk/input/mopac/document.hpp>
+#include <vesk/input/mopac/editor.hpp>
+
+namespace vesk::tools {
+
+/// Keyword and head edits, applied in the order of the fields.
+struct EditRequest {
+    std::optional<std::string> method;
+    std::optional<int> charge;
+    std::optional<unsigned int> multiplicity;
+    std::optional<int> aux_precision;
+    bool aux_xp = false;
+    bool no_aux = false;
+    std::vector<std::string> remove;
+    std::vector<std::string> set;  // NAME or NAME=VALUE
+    std::vector<std::string> add;
+    std::optional<std::string> title;
+    std::optional<std::string> comment;
+    unsigned long long width = input::mopac::default_keyword_line_width;
+};
+
+/// Why `token` cannot be written as one keyword token that the library and
+/// MOPAC read back alone ("holds a blank", ...); empty when it can.
+std::string keyword_token_problem(std::string_view token);
+
+/// Why `line` cannot be written as the title or comment line; empty when it can.
+std::string head_line_problem(std::string_view line);
+
+/// Applies `request` to `editor`: method, charge, multiplicity, aux or no-aux,
+/// remove, set, add, title, comment, keyword lines laid out at `request.width`.
+void apply_edits(input::mopac::InputEditor& editor, const EditRequest& request);
+
+/// The text of an edited document, or why it is not to be written.
+struct EditedText {
+    std::string text;
+    std::string refusal;  // empty, or what would read back otherwise: "keywords", "title", ...
+};
+
+/// Edits `document` and renders it. The text is parsed again and must give
+/// the keyword lines, the keyword tokens the edits made, the title, the
+/// comment and the coordinate records of the edited document.
+EditedText edit_document(input::mopac::MopacInput document, const EditRequest& request);
+
+/// Edits `document` and writes the result to `output` (standard output when
+/// empty); `source` names the input in messages. Answers the exit status.
+int edit_and_write(const std::string& source, input::mopac::MopacInput document, const EditRequest& request,
+                   const std::string& output);
+
+}  // namespace vesk::tools

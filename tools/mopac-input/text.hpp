@@ -1,0 +1,29 @@
+// Text helpers of the subcommands: words of a line, strict whole numbers,
+// AUX options for people, and text made safe to print.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vesk::tools {
+
+/// The words of a line, separated by blanks, tabs and carriage returns.
+std::vector<std::string_view> split_words(std::string_view line);
+
+/// `text` as a plain decimal whole number from `min` to `max`. A leading '-'
+/// or '+' is allowed only when `min` is negative; "0x10", "1.5", "1e3", " 1"
+/// and values out of range give an empty optional.
+std::optional<long long> parse_decimal(std::string_view text, long long min, long long max);
+
+/// The options of an AUX keyword token, as a person reads them:
+/// "AUX(PRECISION=9,XP)" -> {"PRECISION=9", "XP"}; a bare "AUX" has none.
+std::vector<std::string> aux_options(std::string_view token);
+
+/// `text` made safe for a terminal: tab, CR and LF as \t, \r, \n, other
+/// control bytes (C1 controls included) and bytes that are not UTF-8 as \xHH,
+/// a backslash as \\. Printable ASCII and UTF-8 characters stay as they are.
+std::string escape_for_terminal(std::string_view text);
+
+}  // namespace vesk::tools
