@@ -24,6 +24,8 @@ bool place_job(const MopacJob& job, std::size_t job_index, std::vector<detail::P
 
 }  // namespace
 
+std::string_view element_symbol(int atomic_number) noexcept { return detail::element_symbol(atomic_number); }
+
 bool Job::has_keyword(std::string_view name) const { return first_keyword_named(*this, name) != nullptr; }
 
 std::optional<std::string> Job::keyword_value(std::string_view name) const {

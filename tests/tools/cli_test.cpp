@@ -88,29 +88,25 @@ ToolRun run(const TempDir& dir, const std::vector<std::string>& args, const std:
 
 const std::string example = read_text_file(VESK_EXAMPLES_DIR "/ethanol.mop");
 
-TEST(mopac_input_tool, show_lists_what_the_library_reads) {
+TEST(mopac_input_tool, show_lists_what_mopac_reads) {
     TempDir dir;
     ToolRun r = run(dir, {"show", dir.write("e.mop", example)});
     EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_THAT(r.out, HasSubstr("  keywords: PM7 CHARGE=0 AUX(PRECISION=9) SINGLET\n"));
-    EXPECT_THAT(r.out, HasSubstr("  charge: 0\n  aux: PRECISION=9\n"));
-    EXPECT_THAT(r.out, HasSubstr("  atoms: 9 (C 2, H 6, O 1)\n"));
+    EXPECT_THAT(r.out, HasSubstr(": ok\n  keywords: PM7 CHARGE=0 AUX(PRECISION=9) SINGLET\n  charge: 0\n  aux: PRECISION=9\n"));
+    EXPECT_THAT(r.out, HasSubstr("  atoms: 9 (C 2, H 6, O 1); 0 internal, 9 Cartesian\n"));
     // a person reads the AUX options, and no byte of the file moves the terminal
     const std::string odd = "PM7 AUX(PRECISION=9,XP)\n\x1b]0;owned\a\tt\xff\nc\nO 0 0 0\n";
     EXPECT_THAT(run(dir, {"show", "-"}, odd).out,
-                HasSubstr("  aux: PRECISION=9, XP\n  title: \\x1b]0;owned\\x07\\tt\\xff\n"));
-
-    ToolRun json = run(dir, {"show", "--json", "-", dir.path() + "/e.mop"}, "PM7\nt\nc\nO 0 0 0\nbad\n\nend\n");
-    EXPECT_EQ(json.status, 0) << json.err;
-    std::istringstream lines(json.out);
-    std::string line;
-    std::vector<nlohmann::json> objects;
-    while (std::getline(lines, line)) objects.push_back(nlohmann::json::parse(line));
-    ASSERT_EQ(objects.size(), 2u);
-    EXPECT_EQ(objects[0]["raw_records"], nlohmann::json::array({"bad"}));
-    EXPECT_EQ(objects[0]["trailing_lines"], nlohmann::json::array({"", "end"}));
-    EXPECT_EQ(objects[1]["atoms_by_element"]["H"], 6);
-    EXPECT_EQ(objects[1]["aux"], nlohmann::json::array({"PRECISION=9"}));
+                HasSubstr("  aux: PRECISION=9, XP\n  title: \\x1b]0;owned\\x07      t\\xff\n"));
+    // A Z-matrix behind a '*' comment: its atoms, and a finding with its line.
+    const std::string zmatrix = "* water\nPM7\nt\nd\nO\nH 0.96 1 0 0 0 0 1\nH 0.96 1 104.5 1 0 0 1 2\nH 1 1 1\n";
+    ToolRun z = run(dir, {"show", "--json", "-"}, zmatrix);
+    const nlohmann::json job = nlohmann::json::parse(z.out);
+    EXPECT_EQ(job["jobs"][0]["atoms"], 4);
+    EXPECT_EQ(job["jobs"][0]["internal"], 2);
+    EXPECT_EQ(job["jobs"][0]["atoms_by_element"]["H"], 3);
+    EXPECT_EQ(job["findings"][0]["line"], 8);
+    EXPECT_EQ(job["findings"][0]["code"], "short-line-in-zmatrix");
 }
 
 TEST(mopac_input_tool, a_message_clears_the_progress_line_first) {
@@ -118,41 +114,46 @@ TEST(mopac_input_tool, a_message_clears_the_progress_line_first) {
     TempDir dir;
     std::vector<std::string> args{"show"};
     for (int i = 0; i < 11; ++i) {
-        args.push_back(dir.write("f" + std::to_string(i) + ".mop", i == 5 ? "PM7 +\n" : example));
+        args.push_back(i == 5 ? dir.path() + "/missing.mop" : dir.write("f" + std::to_string(i) + ".mop", example));
     }
     ToolRun r = run(dir, args, "", "", true);
     EXPECT_EQ(r.status, 1);
-    EXPECT_THAT(r.err, HasSubstr("[6/11] " + args[6] + "\r\x1b[Kmopac-input: " + args[6] + ": MOPAC keyword"));
+    EXPECT_THAT(r.err, HasSubstr("[6/11] " + args[6] + "\r\x1b[Kmopac-input: " + args[6] + ": cannot read"));
     EXPECT_THAT(r.err, ::testing::EndsWith("[11/11] " + args[11] + "\r\x1b[K"));
 }
 
-TEST(mopac_input_tool, edit_writes_to_standard_output_or_a_file) {
+TEST(mopac_input_tool, edit_changes_only_the_keyword_lines) {
     TempDir dir;
     const std::string path = dir.write("e.mop", example);
-    ToolRun r = run(dir, {"edit", path, "--method", "PM6-D3H4", "--multiplicity", "3", "--charge", "-1"});
+    ToolRun r = run(dir, {"edit", path, "--method", "PM6-D3H4", "--multiplicity", "2", "--charge", "-1"});
     EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_THAT(r.out, ::testing::StartsWith("PM6-D3H4 AUX(PRECISION=9) CHARGE=-1 UHF MS=1\nEthanol\n"));
+    EXPECT_EQ(r.out, "PM6-D3H4 CHARGE=-1 +\nAUX(PRECISION=9) DOUBLET UHF\n" + example.substr(example.find("Ethanol")));
     EXPECT_EQ(read_text_file(path), example);
-
-    ToolRun to_file = run(dir, {"edit", path, "--no-aux", "--set", "GNORM=0.1", "--add", "XYZ", "-o",
+    // --rewrite lays the whole file out anew from the document.
+    ToolRun to_file = run(dir, {"edit", path, "--rewrite", "--no-aux", "--set", "GNORM=0.1", "--add", "XYZ", "-o",
                             dir.path() + "/out.mop", "--width", "12"});
     EXPECT_EQ(to_file.status, 0) << to_file.err;
     auto parsed = vesk::input::mopac::parse_file(dir.path() + "/out.mop");
     EXPECT_EQ(parsed.input.keyword_lines,
               (std::vector<std::string>{"PM7 +", "CHARGE=0 +", "SINGLET +", "GNORM=0.1 +", "XYZ"}));
+    // A charge that leaves SINGLET with an odd number of electrons is not written, unless forced.
+    ToolRun odd = run(dir, {"edit", "--in-place", path, "--charge", "1"});
+    EXPECT_EQ(odd.status, 1);
+    EXPECT_THAT(odd.err, HasSubstr("not written: the edit gives an error the file did not have: line 2: SINGLET "));
+    EXPECT_EQ(read_text_file(path), example);
+    EXPECT_EQ(run(dir, {"edit", "--in-place", "--force", path, "--charge", "1"}).status, 0);
 }
 
-TEST(mopac_input_tool, in_place_batch_leaves_a_malformed_file_untouched) {
+TEST(mopac_input_tool, in_place_batch_goes_on_past_a_file_that_fails) {
     TempDir dir;
-    const std::string a = dir.write("a.mop", example);
-    const std::string bad = dir.write("bad.mop", "PM7 +\n");
-    const std::string b = dir.write("b.mop", "PM6\nt\nc\nO 0 0 0\n");
-    ToolRun r = run(dir, {"edit", "--in-place", "--method", "AM1", a, bad, b});
+    const std::string a = dir.write("a.mop", "* a comment\r\nPM6\r\nt\r\nc\r\nO 0 0 0\r\n");
+    const std::string missing = dir.path() + "/missing.mop";
+    const std::string b = dir.write("b.mop", "PM6\rt\rc\rO 0 0 0\r");
+    ToolRun r = run(dir, {"edit", "--in-place", "--method", "AM1", a, missing, b});
     EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(r.err, "mopac-input: " + bad + ": MOPAC keyword continuation '+' has no following keyword line\n");
-    EXPECT_EQ(read_text_file(bad), "PM7 +\n");
-    EXPECT_THAT(read_text_file(a), ::testing::StartsWith("AM1 CHARGE=0 AUX(PRECISION=9) SINGLET\n"));
-    EXPECT_EQ(read_text_file(b), "AM1\nt\nc\nO 0 0 0\n");
+    EXPECT_THAT(r.err, ::testing::StartsWith("mopac-input: " + missing + ": cannot read"));
+    EXPECT_EQ(read_text_file(a), "* a comment\r\nAM1\r\nt\r\nc\r\nO 0 0 0\r\n");
+    EXPECT_EQ(read_text_file(b), "AM1\rt\rc\rO 0 0 0\r");
 }
 
 TEST(mopac_input_tool, in_place_waits_for_the_lock_and_edits_the_file_it_finds) {
@@ -187,7 +188,7 @@ TEST(mopac_input_tool, usage_errors_name_the_option_and_leave_the_file) {
     }
     EXPECT_EQ(run(dir, {"new", "--xyz", "-", "--width", "-1"}, "1\nx\nH 0 0 0\n").status, 2);
     EXPECT_EQ(read_text_file(path), example);
-    EXPECT_THAT(run(dir, {"edit", path, "--charge", "+2", "--width", "0"}).out,
+    EXPECT_THAT(run(dir, {"edit", path, "--rewrite", "--charge", "+2", "--width", "0"}).out,
                 ::testing::StartsWith("PM7 +\nAUX(PRECISION=9) +\nSINGLET +\nCHARGE=2\n"));
     EXPECT_EQ(run(dir, {"edit", path, "--frobnicate"}).status, 2);
     EXPECT_EQ(run(dir, {"edit", path, path}).status, 2);  // several files need --in-place
@@ -209,12 +210,11 @@ TEST(mopac_input_tool, nothing_is_written_that_reads_back_otherwise) {
         EXPECT_EQ(run(dir, {"new", "--xyz", "-", args[0], args[1]}, "1\nx\nH 0 0 0\n").status, 2);
     }
     EXPECT_EQ(dir.entries(), (std::vector<std::string>{".stderr", ".stdin", ".stdout", "e.mop"}));
-    // An open quote in the file would take in the new CHARGE token.
+    // An open quote in the file would take in the new CHARGE keyword.
     const std::string quote = dir.write("q.mop", "PM7 'abc\nt\nc\nO 0 0 0\n");
-    ToolRun r = run(dir, {"edit", "--in-place", quote, "--charge", "1"});
+    ToolRun r = run(dir, {"edit", "--in-place", quote, "--charge", "0"});
     EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(r.err,
-              "mopac-input: " + quote + ": not written: the edited file would read back differently (keywords)\n");
+    EXPECT_EQ(r.err, "mopac-input: " + quote + ": MOPAC would read the keywords of job 1 otherwise after this edit\n");
     EXPECT_EQ(read_text_file(quote), "PM7 'abc\nt\nc\nO 0 0 0\n");
 }
 
@@ -222,11 +222,11 @@ TEST(mopac_input_tool, every_write_is_checked_standard_output_included) {
     TempDir dir;
     const std::string path = dir.write("e.mop", example);
     const std::vector<std::string> commands[] = {
-        {"show", path, path}, {"check", path}, {"xyz", path}, {"edit", path, "--charge", "1"},
+        {"show", path, path}, {"check", "--warnings-as-errors", "-"}, {"xyz", path}, {"edit", path, "--method", "PM6"},
         {"new", "--xyz", "-"}, {"--help"},
     };
     for (const auto& args : commands) {
-        ToolRun r = run(dir, args, "1\nx\nH 0 0 0\n", "/dev/full");
+        ToolRun r = run(dir, args, args[0] == "check" ? "QQQQ\nt\nd\nH\n" : "1\nx\nH 0 0 0\n", "/dev/full");
         EXPECT_EQ(r.status, 1) << args[0];
         EXPECT_EQ(r.err, "mopac-input: standard output: No space left on device\n") << args[0];
     }
@@ -259,36 +259,31 @@ TEST(mopac_input_tool, new_then_xyz_gives_back_the_geometry) {
     EXPECT_THAT(bad.err, HasSubstr("bad.xyz: line 4: expected an element and three coordinates"));
 }
 
-TEST(mopac_input_tool, check_finds_what_mopac_reads_otherwise_in_real_files) {
+TEST(mopac_input_tool, check_and_xyz_read_real_files_as_mopac_does) {
     TempDir dir;
     const std::string corpus = VESK_CORPUS_DIR;
-    const std::string star = corpus +
-        "/openmopac-mopac/data/PM6-ORG/metals_optimization/Normal_metal_compounds/magnesium_di-hydrosulfide.mop";
-    const std::string ampersand = corpus + "/wkpark-mopac/test/test03.inp";
-    const std::string cr_only =
-        corpus + "/openmopac-mopac-archive/manuals/MOPAC2002_manual/mopac_examples/proteins/pdb9pap.mop";
+    const std::string old_deck = corpus + "/openmopac-mopac-archive/2015_MOPAC5.022mn/test/test41.dat";
+    const std::string zmatrix = corpus + "/wkpark-mopac/test/test03.inp";  // '&' head, atom 2 on 4 fields
     const std::string clean = corpus + "/cclib/data/MOPAC/h2o.mop";
 
-    EXPECT_THAT(run(dir, {"check", star}).out, HasSubstr(star + ":1: star-comment: "));
-    EXPECT_THAT(run(dir, {"check", ampersand}).out, HasSubstr(ampersand + ":1: ampersand: "));
-    EXPECT_THAT(run(dir, {"check", cr_only}).out, HasSubstr(cr_only + ":1: cr-line-ends: "));
+    ToolRun errors = run(dir, {"check", old_deck});
+    EXPECT_EQ(errors.status, 1);
+    EXPECT_THAT(errors.out, ::testing::StartsWith(old_deck + ":1:1: error: UNRECOGNIZED KEY-WORDS: (MNDO-D) "
+                                                             "[unknown-keyword] (write MNDOD)\n"));
+    ToolRun warning = run(dir, {"check", "--json", zmatrix});
+    EXPECT_EQ(warning.status, 0);
+    EXPECT_EQ(nlohmann::json::parse(warning.out)["findings"][0]["code"], "short-line-in-zmatrix");
+    EXPECT_EQ(run(dir, {"check", "--warnings-as-errors", zmatrix}).status, 1);
     ToolRun none = run(dir, {"check", clean});
     EXPECT_EQ(none.status, 0);
-    EXPECT_EQ(none.out, clean + ": no findings\n");
+    EXPECT_EQ(none.out, "");
 
-    ToolRun json = run(dir, {"check", "--json", ampersand});
-    EXPECT_EQ(json.status, 1);
-    auto report = nlohmann::json::parse(json.out);
-    EXPECT_EQ(report["findings"][0]["code"], "ampersand");
-    EXPECT_EQ(report["findings"][0]["blocks_edit"], true);
-
-    // edit refuses such a file unless forced
-    const std::string copy = dir.write("amp.inp", read_text_file(ampersand));
-    ToolRun refused = run(dir, {"edit", "--in-place", copy, "--method", "PM7"});
-    EXPECT_EQ(refused.status, 1);
-    EXPECT_THAT(refused.err, HasSubstr("not edited: line 1 holds '&'"));
-    EXPECT_EQ(read_text_file(copy), read_text_file(ampersand));
-    EXPECT_EQ(run(dir, {"edit", "--in-place", "--force", copy, "--method", "PM7"}).status, 0);
+    ToolRun xyz = run(dir, {"xyz", zmatrix});
+    EXPECT_EQ(xyz.status, 0) << xyz.err;
+    EXPECT_THAT(xyz.out, ::testing::StartsWith("6\n\nC 0 0 0\nO 1.4 1 1\nH -0.577002178942952 1.8167426066363168 1\n"));
+    ToolRun elsewhere = run(dir, {"xyz", "-"}, "GEO_DAT=\"x.pdb\"\nt\nd\n");
+    EXPECT_EQ(elsewhere.status, 1);
+    EXPECT_EQ(elsewhere.err, "mopac-input: -: MOPAC takes the atoms from the file named by GEO_DAT=x.pdb\n");
 }
 
 }  // namespace

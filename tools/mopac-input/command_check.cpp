@@ -1,4 +1,5 @@
-// mopac-input check: where MOPAC would read a file otherwise than the library.
+// mopac-input check: everything MOPAC would stop on or misread, before the
+// job is queued, as "PATH:LINE:COLUMN: severity: message [code]" lines.
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
@@ -6,19 +7,21 @@
 #include <string>
 #include <vector>
 
-#include "check.hpp"
+#include <vesk/input/mopac/check.hpp>
+
 #include "commands.hpp"
 #include "files.hpp"
-#include "text.hpp"
 
 namespace vesk::tools {
 namespace {
 
+using input::mopac::Diagnostic;
 using Json = nlohmann::json;
 
 struct CheckOptions {
     std::vector<std::string> files;
     bool json = false;
+    bool warnings_as_errors = false;
 };
 
 int run_check(const CheckOptions& options);
@@ -28,9 +31,10 @@ int run_check(const CheckOptions& options);
 void add_check_command(CLI::App& app, int& status) {
     auto options = std::make_shared<CheckOptions>();
     CLI::App* check = app.add_subcommand(
-        "check", "Report what MOPAC would read otherwise than this library (exit 1 when anything is found)");
+        "check", "Find what MOPAC would stop on (errors) or read otherwise than meant (warnings); exit 1 on an error");
     check->add_option("FILE", options->files, "Input files ('-' for standard input)")->required();
     check->add_flag("--json", options->json, "One JSON object per file, one per line");
+    check->add_flag("--warnings-as-errors", options->warnings_as_errors, "Exit 1 on a warning too");
     check->callback([options, &status] { status = run_check(*options); });
 }
 
@@ -38,28 +42,21 @@ namespace {
 
 int run_check(const CheckOptions& options) {
     return for_each_file(options.files, [&options](SourceFile& file) {
-        const std::vector<Finding> findings = check_input(file.text, file.parsed);
+        const std::vector<Diagnostic> findings = input::mopac::check_job(read_as_mopac(file));
+        bool failing = false;
         std::string out;
-        if (options.json) {
-            Json list = Json::array();
-            for (const auto& f : findings) {
-                list.push_back(
-                    {{"line", f.line}, {"code", f.code}, {"message", f.message}, {"blocks_edit", f.blocks_edit}});
-            }
-            out = json_line({{"file", file.path},
-                             {"ok", file.parsed.ok},
-                             {"error", file.parsed.ok ? Json() : Json(file.parsed.error)},
-                             {"findings", list}});
-        } else {
-            const std::string path = escape_for_terminal(file.path);
-            if (findings.empty() && file.parsed.ok) out = path + ": no findings\n";
-            for (const auto& f : findings) {
-                out += path + ':' + std::to_string(f.line) + ": " + f.code + ": " + escape_for_terminal(f.message) +
-                       '\n';
+        Json listed = Json::array();
+        for (const Diagnostic& d : findings) {
+            failing = failing || d.severity == input::mopac::Severity::error || options.warnings_as_errors;
+            if (options.json) {
+                listed.push_back(finding_json(d));
+            } else {
+                out += finding_line(file.path, d);
             }
         }
+        if (options.json) out = json_line({{"file", file.path}, {"ok", !failing}, {"findings", listed}});
         const bool written = write_result("", out);
-        return findings.empty() && written ? 0 : 1;
+        return failing || !written ? 1 : 0;
     });
 }
 

@@ -1,4 +1,5 @@
-// mopac-input edit: change keywords, title and comment of existing inputs.
+// mopac-input edit: change keywords, title and description of existing
+// inputs where MOPAC reads them, every other byte kept.
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -6,7 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "check.hpp"
+#include <vesk/input/mopac/parser.hpp>
+
 #include "commands.hpp"
 #include "edits.hpp"
 #include "files.hpp"
@@ -20,6 +22,7 @@ struct EditOptions {
     std::string output;  // -o; empty: standard output
     bool in_place = false;
     bool force = false;
+    bool rewrite = false;
 };
 
 int run_edit(const EditOptions& options);
@@ -30,15 +33,18 @@ void add_edit_command(CLI::App& app, int& status) {
     auto options = std::make_shared<EditOptions>();
     CLI::App* edit = app.add_subcommand(
         "edit",
-        "Edit files: --method, --charge, --multiplicity, --aux/--no-aux, --remove, --set, --add, --title, "
-        "--comment, applied in this order");
+        "Edit files where MOPAC reads them, every other byte kept: --method, --charge, --multiplicity, "
+        "--aux/--no-aux, --remove, --set, --add, --title, --comment, applied in this order");
     edit->add_option("FILE", options->files, "Input files ('-' for standard input)")->required();
     add_edit_options(*edit, options->request);
     auto* output = edit->add_option("-o,--output", options->output, "Write the result here (one input file)");
     edit->add_flag("--in-place", options->in_place,
                    "Write each result back to its file, holding a lock (flock) on it from reading to replacing")
         ->excludes(output);
-    edit->add_flag("--force", options->force, "Edit even files whose keyword line MOPAC would not read");
+    edit->add_flag("--force", options->force, "Write a result even when the edit gives it an error MOPAC stops on");
+    edit->add_flag("--rewrite", options->rewrite,
+                   "Write the whole file anew from the library's document (keyword lines laid out at --width, "
+                   "numbers as %.12g, LF line ends) instead of editing it in place");
     edit->callback([options, &status] { status = run_edit(*options); });
 }
 
@@ -54,15 +60,17 @@ int run_edit(const EditOptions& options) {
         return 2;
     }
     return for_each_file(options.files, [&options](SourceFile& file) {
-        if (!file.parsed.ok) return 1;  // reported already; the file stays as it is
-        for (const Finding& finding : check_input(file.text, file.parsed)) {
-            if (finding.blocks_edit && !options.force) {
-                report(file.path, "not edited: " + finding.message + " (use --force to edit anyway)");
-                return 1;
-            }
+        const std::string& output = options.in_place ? file.path : options.output;
+        if (!options.rewrite) {
+            const std::string path = file.path;
+            return edit_job_and_write(path, read_as_mopac(file), options.request, output, options.force);
         }
-        return edit_and_write(file.path, std::move(file.parsed.input), options.request,
-                              options.in_place ? file.path : options.output);
+        input::mopac::ParseResult parsed = input::mopac::parse_string(file.text);
+        if (!parsed.ok) {
+            report(file.path, parsed.error);
+            return 1;
+        }
+        return edit_and_write(file.path, std::move(parsed.input), options.request, output);
     }, options.in_place);
 }
 

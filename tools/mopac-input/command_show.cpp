@@ -1,12 +1,15 @@
-// mopac-input show: what the library reads from each file, for people or as
-// one JSON object a line.
+// mopac-input show: each file as MOPAC reads it, for people or as one JSON
+// object a line: its jobs, keywords, title, atoms and findings.
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
+
+#include <vesk/input/mopac/check.hpp>
+#include <vesk/input/mopac/document.hpp>
+#include <vesk/input/mopac/job.hpp>
 
 #include "commands.hpp"
 #include "files.hpp"
@@ -15,8 +18,10 @@
 namespace vesk::tools {
 namespace {
 
-using input::mopac::CoordinateKind;
-using input::mopac::MopacInput;
+using input::mopac::Diagnostic;
+using input::mopac::GeometrySource;
+using input::mopac::Job;
+using input::mopac::MopacJob;
 using Json = nlohmann::json;
 
 struct ShowOptions {
@@ -25,117 +30,167 @@ struct ShowOptions {
 };
 
 int run_show(const ShowOptions& options);
-Json describe(const SourceFile& file);
+Json describe(const std::string& path, const MopacJob& job, const std::vector<Diagnostic>& findings);
 std::string format_description(const Json& file);
 
 }  // namespace
 
 void add_show_command(CLI::App& app, int& status) {
     auto options = std::make_shared<ShowOptions>();
-    CLI::App* show = app.add_subcommand("show", "Show what the library reads from each file");
+    CLI::App* show = app.add_subcommand("show", "Show each file as MOPAC reads it: keywords, title, atoms, findings");
     show->add_option("FILE", options->files, "Input files ('-' for standard input)")->required();
     show->add_flag("--json", options->json, "One JSON object per file, one per line");
     show->callback([options, &status] { status = run_show(*options); });
+}
+
+// A finding as editors and CI read it: "PATH:LINE:COLUMN: severity: message [code]".
+std::string finding_line(const std::string& path, const Diagnostic& d) {
+    std::string line = escape_for_terminal(path) + ':' + std::to_string(d.line) + ':' + std::to_string(d.column) +
+                       ": " + (d.severity == input::mopac::Severity::error ? "error" : "warning") + ": " +
+                       escape_for_terminal(d.message) + " [" + d.code + "]";
+    if (!d.suggestion.empty()) line += " (write " + escape_for_terminal(d.suggestion) + ")";
+    return line + '\n';
+}
+
+Json finding_json(const Diagnostic& d) {
+    return {{"line", d.line},
+            {"column", d.column},
+            {"severity", d.severity == input::mopac::Severity::error ? "error" : "warning"},
+            {"code", d.code},
+            {"message", d.message},
+            {"suggestion", d.suggestion.empty() ? Json() : Json(d.suggestion)}};
 }
 
 namespace {
 
 int run_show(const ShowOptions& options) {
     return for_each_file(options.files, [&options](SourceFile& file) {
-        const Json description = describe(file);
-        return write_result("", options.json ? json_line(description) : format_description(description)) ? 0 : 1;
+        const MopacJob job = read_as_mopac(file);
+        const std::vector<Diagnostic> findings = input::mopac::check_job(job);
+        const Json description = describe(file.path, job, findings);
+        std::string out = options.json ? json_line(description) : format_description(description);
+        if (!options.json) {
+            for (const Diagnostic& d : findings) out += "  " + finding_line(file.path, d);
+        }
+        return write_result("", out) ? 0 : 1;
     });
 }
 
-Json optional_value(const MopacInput& input, std::string_view name) {
-    auto value = input.keyword_value(name);
+const char* source_name(GeometrySource source) {
+    switch (source) {
+        case GeometrySource::inline_text: return "inline";
+        case GeometrySource::gaussian: return "Gaussian Z-matrix";
+        case GeometrySource::pdb: return "PDB records";
+        case GeometrySource::geo_dat: return "GEO_DAT file";
+        case GeometrySource::previous_job: return "previous job (OLDGEO)";
+        case GeometrySource::data_pointer: return "DATA= file";
+        case GeometrySource::none: break;
+    }
+    return "none";
+}
+
+Json optional_value(const Job& job, std::string_view name) {
+    const auto value = job.keyword_value(name);
     return value ? Json(*value) : Json();
 }
 
-// The options of the first AUX token, null without one. Its keyword_value
-// would be "9,XP)" for AUX(PRECISION=9,XP): the '=' comes before the '('.
-Json aux_description(const MopacInput& input) {
-    for (const std::string& token : input.keyword_tokens()) {
-        if (input::mopac::normalize_keyword_name(token) == "AUX") return aux_options(token);
+Json describe_job(const MopacJob& reading, std::size_t index) {
+    const Job& job = reading.jobs()[index];
+    Json keywords = Json::array();
+    Json aux;
+    for (const auto& keyword : job.keywords) {
+        keywords.push_back(keyword.text);
+        if (aux.is_null() && input::mopac::normalize_keyword_name(keyword.text) == "AUX") aux = aux_options(keyword.text);
     }
-    return Json();
-}
-
-Json describe(const SourceFile& file) {
-    const MopacInput& input = file.parsed.input;
-    std::map<std::string, std::size_t> by_element;
+    Json by_element = Json::object();
+    const auto& counts = job.counts;
+    for (std::size_t number = 1; number < counts.by_atomic_number.size(); ++number) {
+        const std::size_t count = counts.by_atomic_number[number];
+        if (count == 0 || number == 99 || number == 107) continue;  // dummies and Tv have their own counts
+        by_element[std::string(input::mopac::element_symbol(static_cast<int>(number)))] = count;
+    }
     Json vectors = Json::array();
-    Json raw = Json::array();
-    std::size_t atoms = 0;
-    for (const auto& record : input.coordinates) {
-        if (record.kind == CoordinateKind::Atom) {
-            ++by_element[record.element];
-            ++atoms;
-        } else if (record.kind == CoordinateKind::TranslationVector) {
-            vectors.push_back({record.x, record.y, record.z});
-        } else {
-            raw.push_back(record.raw_line);
-        }
-    }
-    return {{"file", file.path},
-            {"ok", file.parsed.ok},
-            {"error", file.parsed.ok ? Json() : Json(file.parsed.error)},
-            {"warnings", file.parsed.warnings},
-            {"keywords", input.keyword_tokens()},
-            {"charge", optional_value(input, "CHARGE")},
-            {"ms", optional_value(input, "MS")},
-            {"aux", aux_description(input)},
-            {"title", input.title},
-            {"comment", input.comment},
-            {"atoms", atoms},
+    for (const auto& vector : reading.translation_vectors(index)) vectors.push_back({vector[0], vector[1], vector[2]});
+    return {{"keywords", keywords},
+            {"charge", optional_value(job, "CHARGE")},
+            {"ms", optional_value(job, "MS")},
+            {"aux", aux},
+            {"title", job.title.text},
+            {"title_line", job.title.line},
+            {"description", job.description.text},
+            {"description_line", job.description.line},
+            {"geometry", source_name(job.source)},
+            {"source_file", job.source_name.empty() ? Json() : Json(job.source_name)},
+            {"atoms", counts.atoms},
             {"atoms_by_element", by_element},
-            {"translation_vectors", vectors},
-            {"raw_records", raw},
-            {"trailing_lines", input.trailing_lines}};
+            {"internal", counts.internal},
+            {"cartesian", counts.cartesian},
+            {"dummies", counts.dummies},
+            {"translation_vectors", vectors}};
 }
 
-// The description as lines for people, every text escaped for a terminal;
-// long lists are cut short.
+Json describe(const std::string& path, const MopacJob& job, const std::vector<Diagnostic>& findings) {
+    std::size_t errors = 0;
+    Json listed = Json::array();
+    for (const Diagnostic& d : findings) {
+        errors += d.severity == input::mopac::Severity::error;
+        listed.push_back(finding_json(d));
+    }
+    Json jobs = Json::array();
+    for (std::size_t k = 0; k < job.jobs().size(); ++k) jobs.push_back(describe_job(job, k));
+    return {{"file", path},
+            {"ok", errors == 0},
+            {"errors", errors},
+            {"warnings", findings.size() - errors},
+            {"lines", job.lines().size()},
+            {"jobs", jobs},
+            {"findings", listed}};
+}
+
+// The description as lines for people, every text escaped for a terminal.
 std::string format_description(const Json& file) {
     auto text = [](const Json& value) {
         return escape_for_terminal(value.is_string() ? value.get<std::string>() : value.dump());
     };
-    auto joined = [&text](const Json& items, const char* separator) {
-        std::string out;
-        for (const auto& item : items) out += (out.empty() ? "" : separator) + text(item);
-        return out;
-    };
-    std::string out = text(file["file"]) + ": " + (file["ok"].get<bool>() ? "ok" : text(file["error"])) + '\n';
+    const std::size_t errors = file["errors"].get<std::size_t>();
+    const std::size_t warnings = file["warnings"].get<std::size_t>();
+    std::string out = text(file["file"]) + ": " +
+                      (errors == 0 ? std::string("ok") : std::to_string(errors) + " error(s)") +
+                      (warnings == 0 ? "" : ", " + std::to_string(warnings) + " warning(s)") + '\n';
     auto line = [&out](const std::string& label, const std::string& value) {
         out += "  " + label + ": " + value + '\n';
     };
-    auto list = [&](const char* label, const Json& items) {
-        line(label, std::to_string(items.size()));
-        std::size_t shown = 0;
-        for (const auto& item : items) {
-            if (++shown > 10) {
-                out += "    ... " + std::to_string(items.size() - 10) + " more\n";
-                break;
-            }
-            out += "    " + text(item) + '\n';
+    const Json& jobs = file["jobs"];
+    if (jobs.size() != 1) line("jobs", std::to_string(jobs.size()));
+    for (std::size_t k = 0; k < jobs.size(); ++k) {
+        const Json& job = jobs[k];
+        if (jobs.size() > 1) out += "  job " + std::to_string(k + 1) + ":\n";
+        std::string keywords;
+        for (const auto& word : job["keywords"]) keywords += (keywords.empty() ? "" : " ") + text(word);
+        line("keywords", keywords);
+        for (const char* name : {"charge", "ms"}) {
+            if (!job[name].is_null()) line(name, text(job[name]));
         }
-    };
-    for (const auto& warning : file["warnings"]) line("warning", text(warning));
-    line("keywords", joined(file["keywords"], " "));
-    for (const char* name : {"charge", "ms"}) {
-        if (!file[name].is_null()) line(name, text(file[name]));
+        if (!job["aux"].is_null()) {
+            std::string options;
+            for (const auto& option : job["aux"]) options += (options.empty() ? "" : ", ") + text(option);
+            line("aux", options.empty() ? "(no options)" : options);
+        }
+        line("title", text(job["title"]));
+        line("description", text(job["description"]));
+        std::string elements;
+        for (const auto& [element, count] : job["atoms_by_element"].items()) {
+            elements += (elements.empty() ? "" : ", ") + escape_for_terminal(element) + " " + count.dump();
+        }
+        std::string atoms = job["atoms"].dump() + (elements.empty() ? "" : " (" + elements + ")");
+        atoms += "; " + job["internal"].dump() + " internal, " + job["cartesian"].dump() + " Cartesian";
+        if (job["dummies"].get<std::size_t>() > 0) atoms += ", " + job["dummies"].dump() + " dummy";
+        line("atoms", atoms);
+        if (job["geometry"] != "inline") {
+            line("geometry", text(job["geometry"]) + (job["source_file"].is_null() ? "" : " " + text(job["source_file"])));
+        }
+        if (!job["translation_vectors"].empty()) line("translation vectors", job["translation_vectors"].dump());
     }
-    if (!file["aux"].is_null()) line("aux", file["aux"].empty() ? "(no options)" : joined(file["aux"], ", "));
-    line("title", text(file["title"]));
-    line("comment", text(file["comment"]));
-    std::string elements;
-    for (const auto& [element, count] : file["atoms_by_element"].items()) {
-        elements += (elements.empty() ? "" : ", ") + escape_for_terminal(element) + " " + count.dump();
-    }
-    line("atoms", file["atoms"].dump() + (elements.empty() ? "" : " (" + elements + ")"));
-    list("translation vectors", file["translation_vectors"]);
-    list("raw records", file["raw_records"]);
-    list("trailing lines", file["trailing_lines"]);
     return out;
 }
 

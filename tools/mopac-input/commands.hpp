@@ -5,6 +5,7 @@
 #include <string>
 
 #include <nlohmann/json_fwd.hpp>
+#include <vesk/input/mopac/job.hpp>
 
 namespace CLI {
 class App;
@@ -27,5 +28,12 @@ void add_edit_options(CLI::App& command, EditRequest& request);
 
 /// One JSON object on one line; bytes that are not UTF-8 are replaced, not refused.
 std::string json_line(const nlohmann::json& value);
+
+/// A finding as editors and CI read it: "PATH:LINE:COLUMN: severity: message [code]",
+/// with "(write SUGGESTION)" where there is one; one line.
+std::string finding_line(const std::string& path, const input::mopac::Diagnostic& finding);
+
+/// A finding as JSON: line, column, severity, code, message, suggestion (or null).
+nlohmann::json finding_json(const input::mopac::Diagnostic& finding);
 
 }  // namespace vesk::tools

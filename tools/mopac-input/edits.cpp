@@ -2,9 +2,13 @@
 // `edit` and `new`.
 #include "edits.hpp"
 
+#include <charconv>
 #include <exception>
+#include <map>
 #include <utility>
 
+#include <vesk/input/mopac/catalogue.hpp>
+#include <vesk/input/mopac/check.hpp>
 #include <vesk/input/mopac/parser.hpp>
 
 #include "files.hpp"
@@ -18,6 +22,8 @@ using input::mopac::MopacInput;
 namespace {
 
 std::vector<std::string> tokens_of(std::string line);
+std::string keywords_not_as_asked(const input::mopac::Job& job, const EditRequest& request);
+std::string first_new_error(const input::mopac::MopacJob& before, const input::mopac::MopacJob& after);
 std::string read_back_difference(const MopacInput& edited, const std::string& text,
                                  const std::vector<std::string>& tokens);
 
@@ -102,7 +108,153 @@ int edit_and_write(const std::string& source, MopacInput document, const EditReq
     return write_result(output, edited.text) ? 0 : 1;
 }
 
+void apply_edits(input::mopac::JobEditor& editor, const EditRequest& request) {
+    if (request.method) editor.set_method(*request.method);
+    if (request.charge) editor.set_charge(*request.charge);
+    if (request.multiplicity) editor.set_multiplicity(*request.multiplicity);
+    if (request.aux_precision) editor.set_auxiliary_output(*request.aux_precision, request.aux_xp);
+    if (request.no_aux) editor.clear_auxiliary_output();
+    for (const auto& name : request.remove) editor.remove_keyword(name);
+    for (const auto& assignment : request.set) {
+        const std::size_t equals = assignment.find('=');
+        if (equals == std::string::npos) {
+            editor.set_keyword(assignment, std::nullopt);
+        } else {
+            editor.set_keyword(std::string_view(assignment).substr(0, equals),
+                               std::string_view(assignment).substr(equals + 1));
+        }
+    }
+    for (const auto& token : request.add) editor.add_keyword(token);
+    if (request.title) editor.set_title(*request.title);
+    if (request.comment) editor.set_description(*request.comment);
+}
+
+std::string job_edit_difference(const input::mopac::MopacJob& before, const input::mopac::MopacJob& after,
+                                const EditRequest& request) {
+    if (before.jobs().size() != after.jobs().size()) return "jobs";
+    for (std::size_t k = 0; k < before.jobs().size(); ++k) {
+        const vesk::core::Geometry old_atoms = before.geometry(k);
+        const vesk::core::Geometry new_atoms = after.geometry(k);
+        if (old_atoms.atoms.size() != new_atoms.atoms.size()) return "atoms";
+        for (std::size_t a = 0; a < old_atoms.atoms.size(); ++a) {
+            const auto& x = old_atoms.atoms[a];
+            const auto& y = new_atoms.atoms[a];
+            if (x.element != y.element || x.x != y.x || x.y != y.y || x.z != y.z) return "atoms";
+        }
+        const input::mopac::Job& old_job = before.jobs()[k];
+        const input::mopac::Job& new_job = after.jobs()[k];
+        const bool first = k == 0;
+        const auto text_of = [](const input::mopac::MopacJob& job, std::size_t line) {
+            return std::string(job.line_text(line));
+        };
+        if (!(first && request.title) && text_of(before, old_job.title.line) != text_of(after, new_job.title.line)) {
+            return "title";
+        }
+        if (first && request.title && text_of(after, new_job.title.line) != *request.title) return "title";
+        if (!(first && request.comment) &&
+            text_of(before, old_job.description.line) != text_of(after, new_job.description.line)) {
+            return "description";
+        }
+        if (first && request.comment && text_of(after, new_job.description.line) != *request.comment) return "description";
+        const std::string keywords = keywords_not_as_asked(new_job, request);
+        if (!keywords.empty()) return keywords;
+    }
+    return {};
+}
+
+int edit_job_and_write(const std::string& source, const input::mopac::MopacJob& job, const EditRequest& request,
+                       const std::string& output, bool force) {
+    input::mopac::JobEditor editor(job);
+    try {
+        apply_edits(editor, request);
+    } catch (const std::exception& error) {  // an edit MOPAC would read otherwise, memory
+        report(source, error.what());
+        return 1;
+    }
+    const std::string difference = job_edit_difference(job, editor.job(), request);
+    if (!difference.empty()) {
+        report(source, "not written: the edited file would read back differently (" + difference + ")");
+        return 1;
+    }
+    if (!force) {
+        const std::string error = first_new_error(job, editor.job());
+        if (!error.empty()) {
+            report(source, "not written: the edit gives an error the file did not have: " + error +
+                               " (use --force to write it anyway)");
+            return 1;
+        }
+    }
+    return write_result(output, editor.text()) ? 0 : 1;
+}
+
 namespace {
+
+// Whether the keywords of an edited job say what the request asked.
+std::string keywords_not_as_asked(const input::mopac::Job& job, const EditRequest& request) {
+    using input::mopac::normalize_keyword_name;
+    if (request.method) {
+        std::vector<std::string> methods;
+        for (const auto& keyword : job.keywords) {
+            if (input::mopac::is_mopac_method(normalize_keyword_name(keyword.text))) methods.push_back(keyword.text);
+        }
+        if (methods != std::vector<std::string>{normalize_keyword_name(*request.method)}) return "method";
+    }
+    if (request.charge && job.keyword_value("CHARGE") != std::to_string(*request.charge)) return "charge";
+    if (request.multiplicity) {
+        // MS=(m-1)/2 as the editor writes it ("0.5", "1"), or the name of the state.
+        char ms[32];
+        const double half = (static_cast<double>(*request.multiplicity) - 1.0) * 0.5;
+        const std::string expected(ms, std::to_chars(ms, ms + sizeof ms, half).ptr);
+        bool named = false;
+        for (const auto& keyword : job.keywords) {
+            named = named || input::mopac::spin_state_multiplicity(normalize_keyword_name(keyword.text)) ==
+                                 *request.multiplicity;
+        }
+        if (!named && job.keyword_value("MS") != expected) return "multiplicity";
+    }
+    if (request.aux_precision) {
+        const std::string precision = "PRECISION=" + std::to_string(*request.aux_precision);
+        bool found = false;
+        for (const auto& keyword : job.keywords) {
+            found = found || (normalize_keyword_name(keyword.text) == "AUX" && keyword.text.find(precision) != std::string::npos);
+        }
+        if (!found) return "AUX";
+    }
+    if (request.no_aux && job.has_keyword("AUX")) return "AUX";
+    for (const auto& name : request.remove) {
+        if (job.has_keyword(name)) return name;
+    }
+    const auto upper = [](std::string text) {
+        for (char& c : text) c = (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c;
+        return text;
+    };
+    for (const auto& assignment : request.set) {
+        const std::size_t equals = assignment.find('=');
+        const auto value = job.keyword_value(assignment.substr(0, equals));
+        if (!value || (equals != std::string::npos && *value != upper(assignment.substr(equals + 1)))) return assignment;
+    }
+    for (const auto& token : request.add) {
+        if (!job.has_keyword(token)) return token;
+    }
+    return {};
+}
+
+// The first error of `after` whose kind `before` has fewer of.
+std::string first_new_error(const input::mopac::MopacJob& before, const input::mopac::MopacJob& after) {
+    std::map<std::string, std::size_t> known;
+    for (const auto& d : input::mopac::check_job(before)) {
+        if (d.severity == input::mopac::Severity::error) ++known[d.code];
+    }
+    for (const auto& d : input::mopac::check_job(after)) {
+        if (d.severity != input::mopac::Severity::error) continue;
+        if (known[d.code] > 0) {
+            --known[d.code];
+            continue;
+        }
+        return "line " + std::to_string(d.line) + ": " + d.message;
+    }
+    return {};
+}
 
 std::vector<std::string> tokens_of(std::string line) {
     MopacInput probe;

@@ -9,6 +9,8 @@
 
 #include <vesk/input/mopac/document.hpp>
 #include <vesk/input/mopac/editor.hpp>
+#include <vesk/input/mopac/job.hpp>
+#include <vesk/input/mopac/job_editor.hpp>
 
 namespace vesk::tools {
 
@@ -54,5 +56,21 @@ EditedText edit_document(input::mopac::MopacInput document, const EditRequest& r
 /// empty); `source` names the input in messages. Answers the exit status.
 int edit_and_write(const std::string& source, input::mopac::MopacInput document, const EditRequest& request,
                    const std::string& output);
+
+/// Applies `request` to `editor` in the same order; the comment is the
+/// description line. The width has no use here: every line keeps its layout.
+void apply_edits(input::mopac::JobEditor& editor, const EditRequest& request);
+
+/// What of the edit of `before` into `after` is not as asked: atoms placed
+/// elsewhere, a title or description changed that was not edited, keywords
+/// other than asked for; empty when everything is.
+std::string job_edit_difference(const input::mopac::MopacJob& before, const input::mopac::MopacJob& after,
+                                const EditRequest& request);
+
+/// Edits `job` where MOPAC reads it and writes the result to `output`
+/// (standard output when empty). Nothing is written when the result is not
+/// as asked, or, unless `force`, when it has an error that `job` had not.
+int edit_job_and_write(const std::string& source, const input::mopac::MopacJob& job, const EditRequest& request,
+                       const std::string& output, bool force);
 
 }  // namespace vesk::tools

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <exception>
 #include <iostream>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -69,7 +70,7 @@ bool lock_and_read(const std::string& path, Descriptor& held, std::string& text)
 
 bool write_standard_output(std::string_view text);
 bool read_all(int fd, std::string& text, int& error);
-bool write_file_atomically(const std::string& path, std::string_view content, std::error_code& error);
+bool is_arc_name(std::string_view path);
 
 }  // namespace
 
@@ -117,9 +118,15 @@ bool read_source(const std::string& path, std::string& text) {
 bool write_result(const std::string& path, std::string_view text) {
     if (path.empty()) return write_standard_output(text);
     std::error_code error;
-    if (write_file_atomically(path, text, error)) return true;
+    if (core::fs::write_text_file_atomic(path, text, error)) return true;
     report(path, error.message());
     return false;
+}
+
+input::mopac::MopacJob read_as_mopac(SourceFile& file) {
+    input::mopac::ReadOptions options;
+    options.arc = is_arc_name(file.path);
+    return input::mopac::read_job(std::move(file.text), options);
 }
 
 int for_each_file(const std::vector<std::string>& paths, const std::function<int(SourceFile&)>& use,
@@ -129,16 +136,11 @@ int for_each_file(const std::vector<std::string>& paths, const std::function<int
     for (const std::string& path : paths) {
         if (standard_output_failed) return 1;
         progress.step(path);
-        SourceFile file{path, {}, {}};
+        SourceFile file{path, {}};
         Descriptor held;  // with `lock`: the locked file, until `use` has written its result
         if (!(lock ? lock_and_read(path, held, file.text) : read_source(path, file.text))) {
             status = 1;
             continue;
-        }
-        file.parsed = input::mopac::parse_string(file.text);
-        if (!file.parsed.ok) {
-            report(path, file.parsed.error);
-            status = 1;
         }
         try {
             status |= use(file);
@@ -234,19 +236,13 @@ bool lock_and_read(const std::string& path, Descriptor& held, std::string& text)
     }
 }
 
-// The one call that replaces a file. libvesk_core_fs answers only whether it
-// did, so the reason is the errno that its failed call left behind. Once it
-// reports the reason itself, the body is one line:
-//     return core::fs::write_text_file_atomic(path, content, error);
-bool write_file_atomically(const std::string& path, std::string_view content, std::error_code& error) {
-    errno = 0;
-    if (core::fs::write_text_file_atomic(path, content)) return true;
-    int reason = errno;
-    struct stat target {};
-    if (reason == 0) {  // it refused the target itself: not a regular file
-        reason = ::stat(path.c_str(), &target) == 0 && S_ISDIR(target.st_mode) ? EISDIR : EINVAL;
+// MOPAC reads a file whose name holds ".arc", in any case, from the line
+// behind its geometry marker.
+bool is_arc_name(std::string_view path) {
+    for (std::size_t at = path.find('.'); at != std::string_view::npos; at = path.find('.', at + 1)) {
+        const std::string_view rest = path.substr(at + 1, 3);
+        if (rest.size() == 3 && (rest[0] | 0x20) == 'a' && (rest[1] | 0x20) == 'r' && (rest[2] | 0x20) == 'c') return true;
     }
-    error = std::error_code(reason, std::generic_category());
     return false;
 }
 

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include <vesk/input/mopac/parser.hpp>
+#include <vesk/input/mopac/job.hpp>
 
 namespace vesk::tools {
 
@@ -34,18 +34,21 @@ bool read_source(const std::string& path, std::string& text);
 /// failure of standard output nothing more is written there.
 bool write_result(const std::string& path, std::string_view text);
 
-/// One file of a batch, as read and as the library parsed it.
+/// One file of a batch, as read.
 struct SourceFile {
     std::string path;
     std::string text;
-    input::mopac::ParseResult parsed;  // a parse error was reported already
 };
 
-/// The read-report loop of every subcommand that reads MOPAC inputs: reads and
-/// parses each file in turn, with a progress line on a terminal, reports what
-/// cannot be read or parsed, and hands each file that was read to `use`, which
-/// answers its exit status (an exception it throws is reported as a failure).
-/// Stops when standard output has failed. Answers 1 when anything failed.
+/// The file read as MOPAC reads it (an .arc file from its marker, as MOPAC
+/// does by the name); the text is taken over.
+input::mopac::MopacJob read_as_mopac(SourceFile& file);
+
+/// The read-report loop of every subcommand that reads MOPAC inputs: reads
+/// each file in turn, with a progress line on a terminal, reports what cannot
+/// be read, and hands each file that was read to `use`, which answers its
+/// exit status (an exception it throws is reported as a failure). Stops when
+/// standard output has failed. Answers 1 when anything failed.
 ///
 /// With `lock`, each file is locked (flock, exclusive) before it is read and
 /// stays locked until `use` returns, so that runs that replace one file take

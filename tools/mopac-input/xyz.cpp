@@ -68,7 +68,7 @@ std::string format_xyz(const core::Geometry& geometry, std::string_view comment)
         out += atom.element;
         for (double value : {atom.x, atom.y, atom.z}) {
             out += ' ';
-            out.append(number, std::to_chars(number, number + sizeof number, value, std::chars_format::general, 12).ptr);
+            out.append(number, std::to_chars(number, number + sizeof number, value).ptr);
         }
         out += '\n';
     }

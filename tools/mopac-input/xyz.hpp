@@ -24,7 +24,8 @@ public:
 /// Parses XYZ text; extra columns behind the three coordinates are ignored.
 XyzFile parse_xyz(std::string_view text);
 
-/// Writes an XYZ text with coordinates as "%.12g".
+/// Writes an XYZ text with coordinates at full precision: the shortest
+/// decimal that reads back to the same double.
 std::string format_xyz(const core::Geometry& geometry, std::string_view comment);
 
 }  // namespace vesk::tools

@@ -151,6 +151,10 @@ struct JobAtom {
     std::string extra;                   ///< columns behind those MOPAC reads (charges), as written
 };
 
+/// The symbol of an atomic number of MOPAC's table, as MOPAC spells it: "C",
+/// "Cl", "XX" (99), "+3" (100), "Cb" (102), "Tv" (107); empty outside 1-107.
+VESK_MOPAC_API std::string_view element_symbol(int atomic_number) noexcept;
+
 /// Options of a reading.
 struct ReadOptions {
     /// Read the text as an .arc file: from the line behind its "FINAL GEOMETRY
