@@ -59,6 +59,7 @@ TEST(coordinate_line, recognises_atoms_and_translation_vectors_by_shape) {
         {"O 1e-400 0 0", Kind::Raw, "O", 0, 0, 0, false, 1, 1, 1},
         {"O 1 99999999999 0 0 0 0", Kind::Raw, "O", 1, 0, 0, true, 1, 1, 1},
         {"O 1,5 0 0", Kind::Raw, "O", 1, 0, 0, false, 1, 1, 1},
+        {"O 0x1p+-1 0 0", Kind::Raw, "O", 1, 0, 0, false, 1, 1, 1},
         {"\f", Kind::Raw, "", 0, 0, 0, false, 1, 1, 1},
     };
     for (const auto& c : cases) {

@@ -47,6 +47,8 @@ TEST(parse_double_token, refuses_partial_conversions_but_keeps_their_value) {
         {"1.0D+00", 1.0}, {"1e", 1.0},   {"1e+", 1.0},  {"1,5", 1.0},     {"1.5abc", 1.5},
         {"0x", 0.0},      {"0x-1", 0.0}, {"0x.p1", 0.0}, {"0x1p", 1.0},   {"infinit", INFINITY},
         {"nan(a b", NAN}, {"2-3", 2.0},  {"1..2", 1.0},  {"-0xg", -0.0},
+        // strtod stops at a 'p' whose exponent has no digits after one sign.
+        {"0x1p+-1", 1.0}, {"0x1.8P-+2", 1.5}, {"0x1p--1", 1.0},
     };
     for (const auto& [text, expected] : cases) {
         double value = -7.0;
@@ -153,8 +155,11 @@ TEST(number_tokens, agree_with_stod_and_stoi_on_random_tokens) {
             std::snprintf(token, sizeof token, "%d.%llue-%d", static_cast<int>(pick(10)),
                           static_cast<unsigned long long>(pick(1000000000)), 300 + static_cast<int>(pick(30)));
         } else {
-            std::snprintf(token, sizeof token, "0x%llx.%llxp-%d", static_cast<unsigned long long>(pick(4096)),
-                          static_cast<unsigned long long>(random() % 0xffffffffffULL), 1020 + static_cast<int>(pick(70)));
+            // Mostly a plain negative exponent, sometimes a sign pair strtod stops at.
+            const char* signs[] = {"-", "-", "-", "-", "-", "+-", "-+", "--"};
+            std::snprintf(token, sizeof token, "0x%llx.%llxp%s%d", static_cast<unsigned long long>(pick(4096)),
+                          static_cast<unsigned long long>(random() % 0xffffffffffULL), signs[pick(8)],
+                          1020 + static_cast<int>(pick(70)));
         }
         double mine = -7.0, theirs = -7.0;
         ASSERT_EQ(parse_double_token(token, mine), reference_double(token, theirs)) << token;
