@@ -6,6 +6,8 @@
 // Input: the document's text, then calls separated by NUL bytes, each an
 // operation letter, a width byte ('*' the largest, '0' zero, else its value)
 // and an argument: "MNPM7" is set_method("PM7", 78). See fuzz/seeds/edit_*.
+// A text without calls, such as a real input file, gets the usual edits at
+// width 40.
 #include <charconv>
 #include <climits>
 #include <cstddef>
@@ -94,7 +96,10 @@ void call(const std::string& part, InputEditor& editor, InputBuilder& builder, I
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::vector<std::string> parts = split(std::string_view(reinterpret_cast<const char*>(data), size), '\0');
+    std::vector<std::string> parts = split(std::string_view(reinterpret_cast<const char*>(data), size), '\0');
+    if (parts.size() == 1) {
+        parts.insert(parts.end(), {"M(PM6-D3H4", "m(4", "C(-2", "P(12", "S(GNORM|0.05", "k(T=1D", "R(precise"});
+    }
     const ParseResult parsed = parse_string(parts[0]);
     if (!parsed.ok) return 0;
     InputEditor editor(parsed.input);

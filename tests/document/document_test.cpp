@@ -1,5 +1,5 @@
-// The document on its own: keyword tokens, names and queries, coordinate
-// lines and the whole text.
+// The document on its own: keyword tokens and the continuation mark, names
+// and queries, coordinate lines and the whole text.
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -10,9 +10,10 @@
 #include <random>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
-#include "vesk/input/mopac/document.hpp"
+#include "vesk/input/mopac/parser.hpp"
 
 namespace vesk::input::mopac {
 namespace {
@@ -34,17 +35,22 @@ TEST(normalize_keyword_name, cuts_at_the_first_equals_or_paren_and_upper_cases) 
     for (const auto& [text, name] : cases) EXPECT_EQ(normalize_keyword_name(text), name) << '[' << text << ']';
 }
 
-TEST(keyword_tokens, split_outside_quotes_and_parentheses_and_drop_lone_marks) {
-    const std::pair<std::string, Lines> cases[] = {
-        {"AUX(PRECISION=9, XP) + T=1", {"AUX(PRECISION=9, XP)", "T=1"}},
-        {"X 'it''s' 'a b' (p(q) r) s) t", {"X", "'it''s'", "'a b'", "(p(q) r)", "s)", "t"}},
-        {"X \"a b\" 'a b'x (c d)(e)", {"X", "\"a b\"", "'a b'x", "(c d)(e)"}},
-        {"('a)' b) '(' x", {"('a)' b)", "'('", "x"}},  // quotes count inside parentheses, not the reverse
-        {"A'b c +", {"A'b c +"}}, {"(a + b", {"(a + b"}}, {"a)+ b", {"a)+", "b"}},
-        {"+1 '+' ++ (+)", {"+1", "'+'", "++", "(+)"}},
-        {"\tA\vB\fC\rD\nE ", {"A", "B", "C", "D", "E"}}, {"   ", {}},
+// A line continues the block exactly when it has a token "+", which the token list leaves out.
+TEST(keyword_tokens, split_outside_quotes_and_parentheses_and_leave_out_the_mark) {
+    const std::tuple<std::string, Lines, bool> cases[] = {
+        {"AUX(PRECISION=9, XP) + T=1", {"AUX(PRECISION=9, XP)", "T=1"}, true},
+        {"X 'it''s' 'a b' (p(q) r) s) t", {"X", "'it''s'", "'a b'", "(p(q) r)", "s)", "t"}, false},
+        {"X \"a b\" 'a b'x (c d)(e)", {"X", "\"a b\"", "'a b'x", "(c d)(e)"}, false},
+        {"('a)' b) '(' x", {"('a)' b)", "'('", "x"}, false},  // quotes count inside parentheses, not the reverse
+        {"A'b c +", {"A'b c +"}, false}, {"(a + b", {"(a + b"}, false}, {"(a + b)", {"(a + b)"}, false},
+        {"a)+ b", {"a)+", "b"}, false}, {"x) + y", {"x)", "y"}, true}, {"+)", {"+)"}, false},
+        {"+1 '+' ++ (+) +(a)", {"+1", "'+'", "++", "(+)", "+(a)"}, false}, {"+ PM7\t+\r", {"PM7"}, true},
+        {"\tA\vB\fC\rD\nE ", {"A", "B", "C", "D", "E"}, false}, {"   ", {}, false}, {"\v+", {}, true},
     };
-    for (const auto& [line, tokens] : cases) EXPECT_EQ(with_lines({line}).keyword_tokens(), tokens) << line;
+    for (const auto& [line, tokens, continues] : cases) {
+        EXPECT_EQ(with_lines({line}).keyword_tokens(), tokens) << line;
+        EXPECT_EQ(keyword_line_continues(line), continues) << line;
+    }
     EXPECT_EQ(with_lines({"PM7 + CHARGE=1 +", "", "A 'open +", "UHF"}).keyword_tokens(),
               (Lines{"PM7", "CHARGE=1", "A", "'open +", "UHF"}));  // nothing carries over from line to line
 }

@@ -75,21 +75,19 @@ TEST(keyword_edits, remove_every_token_of_the_name_and_write_the_new_one_last) {
     check({"PM7 CHARGE=1 UHF AUX(PRECISION=9)"},
           {{set("charge", "-1"), {"PM7 UHF AUX(PRECISION=9) charge=-1"}},
            {set("UHF", std::nullopt), {"PM7 CHARGE=1 AUX(PRECISION=9) UHF"}},
-           {set("AUX(PRECISION=3)", std::nullopt), {"PM7 CHARGE=1 UHF AUX(PRECISION=3)"}},
-           {remove("aux", true), {"PM7 CHARGE=1 UHF"}}, {remove("CHARGE=7", true), {"PM7 UHF AUX(PRECISION=9)"}},
+           {remove("aux", true), {"PM7 CHARGE=1 UHF"}},
            {remove("AUXILIARY", false), {"PM7 CHARGE=1 UHF AUX(PRECISION=9)"}},
            {add("CHARGE=2"), {"PM7 CHARGE=1 UHF AUX(PRECISION=9) CHARGE=2"}},
            {add("", 14), {"PM7 CHARGE=1 +", "UHF +", "AUX(PRECISION=9)"}}});
     check({"PM7 CHARGE=1 +", "CHARGE=2 charge UHF"},
-          {{remove("CHARGE", true), {"PM7 UHF"}}, {set(" Charge ", "0"), {"PM7 UHF Charge=0"}},
+          {{remove("CHARGE", true), {"PM7 UHF"}},
            {remove("AUX", false, 0), {"PM7 +", "CHARGE=1 +", "CHARGE=2 +", "charge +", "UHF"}},
            {both(both(set("uhf", std::nullopt), set("uhf", std::nullopt)), both(add(" X=1\t", 12), add("X=1", 12))),
             {"PM7 +", "CHARGE=1 +", "CHARGE=2 +", "charge uhf +", "X=1 X=1"}}});
     check({"PM7 KEY=a b =x (y) +=1"},
           {{set("KEY=1", "2"), {"PM7 b =x (y) +=1 KEY=1=2"}}, {set("KEY", ""), {"PM7 b =x (y) +=1 KEY="}},
            {set("KEY", " 1 "), {"PM7 b =x (y) +=1 KEY= 1"}}, {set("", std::nullopt), {"PM7 KEY=a b +=1"}},
-           {set("", "5"), {"PM7 KEY=a b +=1 =5"}}, {set("+", std::nullopt), {"PM7 KEY=a b =x (y)"}},
-           {remove("", true), {"PM7 KEY=a b +=1"}}, {add("\t+\n", 9), {"PM7 +", "KEY=a b +", "=x (y) +", "+=1"}}});
+           {set("+", std::nullopt), {"PM7 KEY=a b =x (y)"}}, {remove("", true), {"PM7 KEY=a b +=1"}}});
 }
 
 TEST(charge_and_aux, replace_their_tokens_by_value) {
@@ -100,7 +98,6 @@ TEST(charge_and_aux, replace_their_tokens_by_value) {
            {[](InputEditor& e) { EXPECT_TRUE(e.clear_auxiliary_output(78)); }, {"PM7 CHARGE=1 UHF"}}});
     check({"charge=1 AUX(PRECISION=9, XP) AUXILIARY Aux=2 +", "CHARGE=3"},
           {{both(charge(INT_MIN), charge(INT_MAX)), {"AUX(PRECISION=9, XP) AUXILIARY Aux=2 CHARGE=2147483647"}},
-           {both(aux(0, true), aux(3, false)), {"charge=1 AUXILIARY CHARGE=3 AUX(PRECISION=3)"}},
            {aux(18, true, 10), {"charge=1 +", "AUXILIARY +", "CHARGE=3 +", "AUX(PRECISION=18,XP,XS,XW)"}}});
     // Refused arguments change nothing, not even lines wider than the width of the call.
     InputEditor editor = editor_with({"PM7   aux(precision=2)  CHARGE=1 UHF +", "  XYZ"});
@@ -117,13 +114,12 @@ TEST(charge_and_aux, replace_their_tokens_by_value) {
 
 TEST(set_method, removes_every_known_method_and_puts_the_new_name_first) {
     check({"CHARGE=1 pm3 UHF +", "AM1(X) AUX(PRECISION=9)"},
-          {{method("PM7"), {"PM7 CHARGE=1 UHF AUX(PRECISION=9)"}},
-           {method("rm1"), {"rm1 CHARGE=1 UHF AUX(PRECISION=9)"}},
+          {{method("rm1"), {"rm1 CHARGE=1 UHF AUX(PRECISION=9)"}},
+           {both(method("rm1"), method("PM7")), {"PM7 CHARGE=1 UHF AUX(PRECISION=9)"}},
            {method("  PM6-D3H4  "), {"PM6-D3H4 CHARGE=1 UHF AUX(PRECISION=9)"}},
-           {method(""), {"CHARGE=1 UHF AUX(PRECISION=9)"}}, {method(" \t+\n"), {"CHARGE=1 UHF AUX(PRECISION=9)"}},
+           {method(""), {"CHARGE=1 UHF AUX(PRECISION=9)"}},
            {both(method("XYZ"), method("PM7")), {"PM7 XYZ CHARGE=1 UHF AUX(PRECISION=9)"}},
            {both(method("XYZ"), method("XYZ")), {"XYZ XYZ CHARGE=1 UHF AUX(PRECISION=9)"}},
-           {both(method("PM7"), method("PM7")), {"PM7 CHARGE=1 UHF AUX(PRECISION=9)"}},
            {method("PM7", 20), {"PM7 CHARGE=1 UHF +", "AUX(PRECISION=9)"}}});
     check({"X am1 MINDO3=1 +", "mndod MNDO-D(2) pm6-dh+ PM6-D3H4X 'PM7' PM7-TSX +",
            "Pm6-Org pm7-ts INDO MNDO PM6 PM6-D3 PM6-DH2 PM6-DH2X PM6-D3H4 PM3 RM1 PM7 Y"},

@@ -1,15 +1,21 @@
-// The continuation mark, the fixed head with the line cutting rule, the
-// coordinate lines, and the same bytes whatever locale the host selected.
+// The fixed head with the line cutting rule, the coordinate lines, number
+// tokens against std::stod and std::stoi, and the same bytes whatever locale
+// the host selected.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cfloat>
 #include <clocale>
+#include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <locale>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "parser/number_parse.hpp"
 #include "vesk/input/mopac/parser.hpp"
 
 namespace vesk::input::mopac {
@@ -17,16 +23,6 @@ namespace {
 
 using Lines = std::vector<std::string>;
 using ::testing::ElementsAre;
-
-TEST(keyword_line_continues, answers_for_lone_plus_tokens_only) {
-    const std::pair<std::string, bool> cases[] = {
-        {"", false}, {"   ", false}, {"+", true}, {"  +  ", true}, {"PM7 +", true}, {"+ PM7", true},
-        {"PM7 + X=1", true},
-        {"PM7 +1", false}, {"PM7 +(a)", false}, {"PM7 '+'", false}, {"PM7 (+)", false}, {"'a +", false}, {"++", false},
-        {"(a + b)", false}, {"+)", false}, {"PM7\t+\r", true}, {"a)+ b", false}, {"x) + y", true}, {"+\v", true},
-    };
-    for (const auto& [line, continues] : cases) EXPECT_EQ(keyword_line_continues(line), continues) << line;
-}
 
 TEST(parse_string, reads_or_refuses_the_fixed_head) {
     const std::string no_title = "MOPAC input is missing the title line";
@@ -136,6 +132,62 @@ TEST(locale, a_decimal_comma_host_reads_and_writes_as_the_c_locale) {
     EXPECT_EQ(r.input.coordinates[2].z, 1e-05);
     EXPECT_EQ(r.input.coordinates[3].kind, CoordinateKind::Raw);  // a decimal comma is never a number
     EXPECT_EQ(rendered, text);
+}
+
+template <typename T, typename Convert>
+bool reference(const std::string& token, T& value, Convert convert) {
+    try {
+        std::size_t used = 0;
+        value = convert(token, &used);
+        return used == token.size();
+    } catch (...) {
+        return false;  // no number, or a range error: the value stays
+    }
+}
+
+TEST(number_tokens, agree_with_stod_and_stoi) {
+    std::vector<std::string> tokens = {
+        "0x1p-1074", "0xAbC.dEfP-3", "1.7976931348623157e308", "0e-999999", "+iNfInItY", "nan(abc_1)", "-0.0",
+        "1.0D+00",
+        "1,5", "0x1p+-1", "0x1.8P-+2", "infinit", "nan(a b", "-0xg", "1e-400", "0x1p99999", "4.9e-324", "1e-310x",
+        "1.4821969375237396e-323", "0x1.0000000000001p-1060", "2147483647", "-2147483648", "2147483648", "-2147483649",
+        "99999999999x", "5T", "+7"};
+    char exact[800];  // a subnormal written out in full is exact: no range error
+    std::snprintf(exact, sizeof exact, "%.760e", 3 * 0x1p-1074);
+    tokens.emplace_back(exact);
+    std::mt19937_64 random(20261123);
+    auto pick = [&](std::size_t n) { return static_cast<std::size_t>(random() % n); };
+    const char alphabet[] = "0123456789.eE+-xXpPabcdfinINAty()_";
+    const char* exponent_signs[] = {"-", "-", "-", "-", "-", "+-", "-+", "--"};
+    const auto stod = [](const std::string& s, std::size_t* used) { return std::stod(s, used); };
+    const auto stoi = [](const std::string& s, std::size_t* used) { return std::stoi(s, used); };
+    for (std::size_t i = 0; i < tokens.size() + 300000; ++i) {
+        std::string token;
+        if (i < tokens.size()) {
+            token = tokens[i];
+        } else if (i % 6 == 2) {  // near and below the smallest normal double
+            token = std::to_string(pick(10)) + "." + std::to_string(pick(1000000000)) + "e-" +
+                    std::to_string(300 + pick(30));
+        } else if (i % 6 == 5) {  // the same in hexadecimal, sometimes with a sign pair that strtod stops at
+            char hex[64];
+            std::snprintf(hex, sizeof hex, "0x%zx.%llxp%s%zu", pick(4096),
+                          static_cast<unsigned long long>(random() % 0xffffffffffULL), exponent_signs[pick(8)],
+                          1020 + pick(70));
+            token = hex;
+        } else {
+            for (std::size_t n = 1 + pick(12); n > 0; --n) token += alphabet[pick(sizeof alphabet - 1)];
+        }
+        double mine = -7.0, theirs = -7.0;
+        ASSERT_EQ(detail::parse_double_token(token, mine), reference(token, theirs, stod)) << token;
+        ASSERT_TRUE(std::memcmp(&mine, &theirs, sizeof mine) == 0 || (std::isnan(mine) && std::isnan(theirs))) << token;
+        int mine_int = -7, their_int = -7;
+        ASSERT_EQ(detail::parse_int_token(token, mine_int), reference(token, their_int, stoi)) << token;
+        ASSERT_EQ(mine_int, their_int) << token;
+    }
+    // The one difference: a value that rounds up to the smallest normal double
+    // is no subnormal result and so no range error, though glibc reports one.
+    double value = 0.0;
+    EXPECT_TRUE(detail::parse_double_token("2.2250738585072012e-308", value) && value == DBL_MIN);
 }
 
 }  // namespace
