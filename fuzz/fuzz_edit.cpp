@@ -105,7 +105,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     InputEditor editor(parsed.input);
     InputBuilder builder(parsed.input);
     InputEditor at_78(parsed.input);
-    for (std::size_t i = 1; i < parts.size() && i <= 32; ++i) {
+    for (std::size_t i = 1; i < parts.size() && i <= 1024; ++i) {
         if (parts[i].size() < 2) continue;
         const std::string before = editor.to_string();
         try {
