@@ -2,6 +2,7 @@
 // failure report of the fuzz targets.
 #pragma once
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -36,7 +37,10 @@ inline std::string reread(std::string line) {
 /// stored, less one final CR; and the rendering parses to the same head,
 /// records and trailing lines, each line less one final CR, numbers equal to
 /// the 12 digits written, with one empty trailing line more when the
-/// rendering ends in LF LF. Otherwise a sentence naming the first break.
+/// rendering ends in LF LF. A record with a subnormal coordinate may come
+/// back as a raw record of its written line: 12 digits of a subnormal are
+/// never exact, and an inexact subnormal is a range error.
+/// Otherwise a sentence naming the first break.
 inline std::string round_trip_defect(std::string_view source, const input::mopac::MopacInput& first) {
     using namespace input::mopac;
     const std::string rendered = first.to_string();
@@ -62,7 +66,10 @@ inline std::string round_trip_defect(std::string_view source, const input::mopac
     for (std::size_t i = 0; i < first.coordinates.size(); ++i) {
         const CoordinateRecord& a = first.coordinates[i];
         const CoordinateRecord& b = second.coordinates[i];
-        if (a.kind != b.kind || format_coordinate(b) != reread(format_coordinate(a))) {
+        const bool subnormal = std::fpclassify(a.x) == FP_SUBNORMAL || std::fpclassify(a.y) == FP_SUBNORMAL ||
+                               std::fpclassify(a.z) == FP_SUBNORMAL;
+        const bool same_kind = a.kind == b.kind || (subnormal && b.kind == CoordinateKind::Raw);
+        if (!same_kind || format_coordinate(b) != reread(format_coordinate(a))) {
             return "record " + std::to_string(i + 1) + " changed";
         }
     }
