@@ -8,17 +8,14 @@
 #include "round_trip.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    using namespace vesk;
-    std::string_view text(reinterpret_cast<const char*>(data), size);
-    input::mopac::ParseResult result = input::mopac::parse_string(text);
-    if (!result.ok) {
-        fuzz::check(!result.error.empty(), "failure without an error text");
-        fuzz::check(result.warnings.empty(), "warnings on a failed parse");
-        return 0;
-    }
-    fuzz::check(result.error.empty(), "error text on a successful parse");
-    fuzz::check(result.warnings.size() <= 1, "more than one warning");
-    const std::string defect = fuzz::round_trip_defect(text, result.input);
-    if (!defect.empty()) fuzz::fail(defect);
+    using vesk::fuzz::check;
+    const std::string_view text(reinterpret_cast<const char*>(data), size);
+    const vesk::input::mopac::ParseResult result = vesk::input::mopac::parse_string(text);
+    check(result.ok ? result.error.empty() && result.warnings.size() <= 1
+                    : !result.error.empty() && result.warnings.empty(),
+          "error text and warnings do not fit the outcome");
+    if (!result.ok) return 0;
+    const std::string defect = vesk::fuzz::round_trip_defect(text, result.input);
+    check(defect.empty(), defect);
     return 0;
 }

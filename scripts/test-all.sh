@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Builds everything and runs every test: the development build (warnings as
-# errors), the whole suite again under AddressSanitizer + UndefinedBehavior-
-# Sanitizer, and the concurrency tests under ThreadSanitizer.
-#   scripts/test-all.sh           all three
+# errors) and the whole suite again under AddressSanitizer + UndefinedBehavior-
+# Sanitizer.
+#   scripts/test-all.sh           both
 #   scripts/test-all.sh --quick   the development build only
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -14,7 +14,3 @@ if [ "${1:-}" = "--quick" ]; then
     exit 0
 fi
 cmake --workflow --preset asan-ubsan
-
-cmake --preset tsan
-cmake --build --preset tsan --target editing_tests
-ctest --preset tsan -R 'Concurrent' --no-tests=error

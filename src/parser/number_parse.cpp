@@ -16,6 +16,7 @@ bool is_digit(char c) noexcept;
 bool is_hex_digit(char c) noexcept;
 long read_exponent(const char* first, const char* last) noexcept;
 bool starts_hex_prefix(const char* first, const char* last) noexcept;
+const char* hex_number_end(const char* digits, const char* last) noexcept;
 bool is_subnormal(double magnitude) noexcept;
 bool decimal_equals(const char* first, const char* last, double magnitude) noexcept;
 bool hex_equals(const char* first, const char* last, double magnitude) noexcept;
@@ -41,7 +42,8 @@ bool parse_double_token(std::string_view token, double& value) noexcept {
         const char* digits = first + 2;
         // from_chars would take a sign here, strtod does not.
         bool has_digits = digits != last && (is_hex_digit(*digits) || *digits == '.');
-        auto result = has_digits ? std::from_chars(digits, last, magnitude, std::chars_format::hex)
+        auto result = has_digits ? std::from_chars(digits, hex_number_end(digits, last), magnitude,
+                                                   std::chars_format::hex)
                                  : std::from_chars_result{digits, std::errc::invalid_argument};
         if (result.ec == std::errc::invalid_argument) {
             // "0x" with no hexadecimal digit behind it: strtod reads the 0.
@@ -155,6 +157,24 @@ int hex_value(char c) noexcept {
 
 bool starts_hex_prefix(const char* first, const char* last) noexcept {
     return last - first >= 2 && first[0] == '0' && (first[1] == 'x' || first[1] == 'X');
+}
+
+// Where strtod's hexadecimal number ends: the significand, then a 'p' only
+// when one optional sign and a digit follow it. libstdc++'s from_chars reads
+// "1p+-1" as 0.5, so it is given no more than this.
+const char* hex_number_end(const char* digits, const char* last) noexcept {
+    const char* p = digits;
+    while (p != last && is_hex_digit(*p)) ++p;
+    if (p != last && *p == '.') {
+        ++p;
+        while (p != last && is_hex_digit(*p)) ++p;
+    }
+    if (p == last || (*p != 'p' && *p != 'P')) return p;
+    const char* exponent = p + 1;
+    if (exponent != last && (*exponent == '+' || *exponent == '-')) ++exponent;
+    if (exponent == last || !is_digit(*exponent)) return p;
+    while (exponent != last && is_digit(*exponent)) ++exponent;
+    return exponent;
 }
 
 bool is_subnormal(double magnitude) noexcept {
