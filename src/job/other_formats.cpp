@@ -144,7 +144,10 @@ LineKind read_pdb_line(std::string_view view, const PdbElementNames& names, Pars
             if (const int two = atomic_number_of(name); two != 0) number = two;
         }
     }
-    if (number == 0) issues.push_back({Issue::unknown_element, 12, "\"" + std::string(view.substr(12, 4)) + "\""});
+    if (number == 0) {
+        const std::string_view name = view.size() > 12 ? view.substr(12, 4) : std::string_view();
+        issues.push_back({Issue::unknown_element, 12, "\"" + std::string(name) + "\""});
+    }
     atom.atomic_number = number;
     return LineKind::atom;
 }
