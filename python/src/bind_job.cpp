@@ -265,9 +265,18 @@ void bind_job_records(py::module_& m) {
             "label", [](const JobAtom& a) { return to_str(a.label); }, "the text between '(' and ')', or \"\"")
         .def_readonly("isotope_mass", &JobAtom::isotope_mass, "0 unless the line gives one")
         .def_property_readonly("form", [](const JobAtom& a) { return a.form; })
-        .def_readonly("values", &JobAtom::values, "x, y, z, or r, angle, dihedral (degrees), as written")
-        .def_readonly("flags", &JobAtom::flags, "optimisation flags as MOPAC keeps them")
-        .def_readonly("connectivity", &JobAtom::connectivity, "na, nb, nc: 1-based atom numbers, 0 for none")
+        .def_property_readonly(
+            "values", [](const JobAtom& a) { return py::make_tuple(a.values[0], a.values[1], a.values[2]); },
+            "x, y, z, or r, angle, dihedral (degrees), as written")
+        .def_property_readonly(
+            "flags", [](const JobAtom& a) { return py::make_tuple(a.flags[0], a.flags[1], a.flags[2]); },
+            "optimisation flags as MOPAC keeps them")
+        .def_property_readonly(
+            "connectivity",
+            [](const JobAtom& a) {
+                return py::make_tuple(a.connectivity[0], a.connectivity[1], a.connectivity[2]);
+            },
+            "na, nb, nc: 1-based atom numbers, 0 for none")
         .def_property_readonly(
             "extra", [](const JobAtom& a) { return to_str(a.extra); },
             "columns behind those MOPAC reads (charges), as written")
