@@ -100,14 +100,14 @@ void bind_records(py::module_& m) {
             "element", [](const CoordinateRecord& r) { return to_str(r.element); },
             [](CoordinateRecord& r, const Text& element) { r.element = element.bytes; },
             "the element symbol as written (a parsed Tv keeps its label here)")
-        .def_readwrite("x", &CoordinateRecord::x)
-        .def_readwrite("y", &CoordinateRecord::y)
-        .def_readwrite("z", &CoordinateRecord::z)
+        .def_readwrite("x", &CoordinateRecord::x, "as read, or as to be written (\"%.12g\")")
+        .def_readwrite("y", &CoordinateRecord::y, "as read, or as to be written")
+        .def_readwrite("z", &CoordinateRecord::z, "as read, or as to be written")
         .def_readwrite("has_optimization_flags", &CoordinateRecord::has_optimization_flags,
                        "whether the three flags are written")
-        .def_readwrite("optimize_x", &CoordinateRecord::optimize_x)
-        .def_readwrite("optimize_y", &CoordinateRecord::optimize_y)
-        .def_readwrite("optimize_z", &CoordinateRecord::optimize_z)
+        .def_readwrite("optimize_x", &CoordinateRecord::optimize_x, "the flag behind x: 1 optimise, 0 keep, any int")
+        .def_readwrite("optimize_y", &CoordinateRecord::optimize_y, "the flag behind y")
+        .def_readwrite("optimize_z", &CoordinateRecord::optimize_z, "the flag behind z")
         .def_property(
             "raw_line", [](const CoordinateRecord& r) { return to_str(r.raw_line); },
             [](CoordinateRecord& r, const Text& line) { r.raw_line = line.bytes; },
@@ -125,10 +125,10 @@ void bind_records(py::module_& m) {
              py::arg("element"), py::arg("x") = 0.0, py::arg("y") = 0.0, py::arg("z") = 0.0)
         .def_property(
             "element", [](const Atom& a) { return to_str(a.element); },
-            [](Atom& a, const Text& element) { a.element = element.bytes; })
-        .def_readwrite("x", &Atom::x)
-        .def_readwrite("y", &Atom::y)
-        .def_readwrite("z", &Atom::z)
+            [](Atom& a, const Text& element) { a.element = element.bytes; }, "the element symbol as written")
+        .def_readwrite("x", &Atom::x, "Å")
+        .def_readwrite("y", &Atom::y, "Å")
+        .def_readwrite("z", &Atom::z, "Å")
         .def("__eq__",
              [](const Atom& a, const Atom& b) {
                  return a.element == b.element && same_number(a.x, b.x) && same_number(a.y, b.y) &&
@@ -177,10 +177,10 @@ void bind_input(py::module_& m) {
             "the keyword lines, continuation marks \" +\" included")
         .def_property(
             "title", [](const MopacInput& d) { return to_str(d.title); },
-            [](MopacInput& d, const Text& title) { d.title = title.bytes; })
+            [](MopacInput& d, const Text& title) { d.title = title.bytes; }, "the title line")
         .def_property(
             "comment", [](const MopacInput& d) { return to_str(d.comment); },
-            [](MopacInput& d, const Text& comment) { d.comment = comment.bytes; })
+            [](MopacInput& d, const Text& comment) { d.comment = comment.bytes; }, "the comment line below the title")
         .def_property(
             "coordinates", [](const MopacInput& d) { return d.coordinates; },
             [](MopacInput& d, std::vector<CoordinateRecord> records) { d.coordinates = std::move(records); },
@@ -474,10 +474,10 @@ void bind_builder(py::module_& m) {
             [](Self b, const py::iterable& keywords) -> Self {
                 return b.set_keywords(from_text_list(keywords, "keywords"));
             },
-            py::arg("keywords"), chain)
+            py::arg("keywords"), chain, "Replaces the keyword block by these tokens.")
         .def(
             "add_keyword", [](Self b, const Text& keyword) -> Self { return b.add_keyword(keyword.bytes); },
-            py::arg("keyword"), chain)
+            py::arg("keyword"), chain, "Appends one token, trimmed.")
         .def(
             "set_keyword",
             [](Self b, const Text& name, const std::optional<Text>& value) -> Self {
@@ -487,13 +487,13 @@ void bind_builder(py::module_& m) {
             "NAME alone when value is None; NAME= for an empty value.")
         .def(
             "set_method", [](Self b, const Text& method) -> Self { return b.set_method(method.bytes); },
-            py::arg("method"), chain)
+            py::arg("method"), chain, "Removes every known method keyword and puts `method` first.")
         .def(
             "set_charge",
             [](Self b, const py::int_& charge) -> Self {
                 return b.set_charge(static_cast<int>(checked_int(charge, INT_MIN, INT_MAX, "charge")));
             },
-            py::arg("charge"), chain)
+            py::arg("charge"), chain, "Writes CHARGE=<charge> last, replacing every CHARGE token.")
         .def(
             "set_multiplicity",
             [](Self b, const py::int_& multiplicity) -> Self {
@@ -510,17 +510,18 @@ void bind_builder(py::module_& m) {
             py::arg("precision"), py::arg("include_xp_xs_xw") = false, chain,
             "ValueError when precision is outside 0 to 18.")
         .def(
-            "clear_auxiliary_output", [](Self b) -> Self { return b.clear_auxiliary_output(); }, chain)
+            "clear_auxiliary_output", [](Self b) -> Self { return b.clear_auxiliary_output(); }, chain,
+            "Removes every AUX token.")
         .def(
             "set_title", [](Self b, const Text& title) -> Self { return b.set_title(title.bytes); }, py::arg("title"),
-            chain)
+            chain, "Replaces the title line, byte for byte.")
         .def(
             "set_comment", [](Self b, const Text& comment) -> Self { return b.set_comment(comment.bytes); },
-            py::arg("comment"), chain)
+            py::arg("comment"), chain, "Replaces the comment line, byte for byte.")
         .def(
             "set_geometry",
             [](Self b, const std::vector<CoordinateRecord>& records) -> Self { return b.set_geometry(records); },
-            py::arg("records"), chain)
+            py::arg("records"), chain, "Replaces the coordinate block by copies of these records.")
         .def(
             "set_geometry",
             [](Self b, const py::iterable& atoms, bool optimize) -> Self {
@@ -534,12 +535,13 @@ void bind_builder(py::module_& m) {
             [](Self b, const py::object& atom, bool optimize) -> Self {
                 return b.add_atom(atoms_from(py::make_tuple(atom)).front(), optimize);
             },
-            py::arg("atom"), py::arg("optimize"), chain)
+            py::arg("atom"), py::arg("optimize"), chain,
+            "Appends an ATOM record, Atom or (element, x, y, z), all three flags 1 or 0.")
         .def(
             "add_translation_vector", [](Self b, double x, double y, double z) -> Self {
                 return b.add_translation_vector(x, y, z);
             },
-            py::arg("x"), py::arg("y"), py::arg("z"), chain)
+            py::arg("x"), py::arg("y"), py::arg("z"), chain, "Appends a \"Tv\" record without flags.")
         .def(
             "to_string", [](const InputBuilder& b) { return to_str(render(b.input())); }, "The whole file text.")
         .def(

@@ -134,8 +134,10 @@ void bind_job_records(py::module_& m) {
     py::class_<JobLine>(m, "JobLine", "One line of the file; its number is its index in MopacJob.lines + 1.")
         .def_readonly("offset", &JobLine::offset, "of its first byte in the text, as bytes")
         .def_readonly("length", &JobLine::length, "in bytes, without the line end")
-        .def_property_readonly("end", [](const JobLine& l) { return l.end; })
-        .def_property_readonly("role", [](const JobLine& l) { return l.role; })
+        .def_property_readonly(
+            "end", [](const JobLine& l) { return l.end; }, "how it ended: LineEnd.LF, CRLF, CR or NONE")
+        .def_property_readonly(
+            "role", [](const JobLine& l) { return l.role; }, "what MOPAC makes of it, a LineRole")
         .def_readonly("job", &JobLine::job, "index into MopacJob.jobs of the job the line belongs to")
         .def("__eq__",
              [](const JobLine& a, const JobLine& b) {
@@ -157,11 +159,15 @@ void bind_job_records(py::module_& m) {
              }),
              py::arg("severity"), py::arg("code"), py::arg("line") = 0, py::arg("column") = 0,
              py::arg("message") = Text{}, py::arg("suggestion") = Text{})
-        .def_property_readonly("severity", [](const Diagnostic& d) { return d.severity; })
-        .def_property_readonly("code", [](const Diagnostic& d) { return to_str(d.code); })
+        .def_property_readonly(
+            "severity", [](const Diagnostic& d) { return d.severity; }, "ERROR where MOPAC stops, else WARNING")
+        .def_property_readonly(
+            "code", [](const Diagnostic& d) { return to_str(d.code); }, "stable and short, for scripts")
         .def_readonly("line", &Diagnostic::line, "1-based line number; 0 for the whole file")
         .def_readonly("column", &Diagnostic::column, "1-based byte column in that line; 0 for the whole line")
-        .def_property_readonly("message", [](const Diagnostic& d) { return to_str(d.message); })
+        .def_property_readonly(
+            "message", [](const Diagnostic& d) { return to_str(d.message); },
+            "a fixed English sentence, MOPAC's own words where MOPAC stops")
         .def_property_readonly(
             "suggestion", [](const Diagnostic& d) { return to_str(d.suggestion); },
             "what to write instead, or \"\"")
@@ -188,8 +194,9 @@ void bind_job_records(py::module_& m) {
     py::class_<JobKeyword>(m, "JobKeyword",
                            "One keyword as MOPAC sees it: upper-cased, \"NAME = value\" closed up to\n"
                            "\"NAME=value\", GEO-DAT spelt GEO_DAT; and where it stands in the file.")
-        .def_property_readonly("text", [](const JobKeyword& k) { return to_str(k.text); })
-        .def_readonly("line", &JobKeyword::line)
+        .def_property_readonly(
+            "text", [](const JobKeyword& k) { return to_str(k.text); }, "the keyword as MOPAC sees it")
+        .def_readonly("line", &JobKeyword::line, "line number of its first byte")
         .def_readonly("column", &JobKeyword::column, "1-based byte column of its first byte")
         .def_readonly("length", &JobKeyword::length, "bytes it covers in that line")
         .def("__eq__",
@@ -202,7 +209,8 @@ void bind_job_records(py::module_& m) {
         });
 
     py::class_<JobText>(m, "JobText", "The title or description of a job, as MOPAC keeps it (tabs expanded).")
-        .def_property_readonly("text", [](const JobText& t) { return to_str(t.text); })
+        .def_property_readonly(
+            "text", [](const JobText& t) { return to_str(t.text); }, "as MOPAC keeps it: at most 200 bytes")
         .def_readonly("line", &JobText::line, "its line number; 0 when the head has no such line")
         .def("__repr__", [](const JobText& t) {
             return "JobText(" + repr_text(t.text) + ", line=" + std::to_string(t.line) + ")";
@@ -228,19 +236,21 @@ void bind_job_records(py::module_& m) {
 
     py::class_<Job>(m, "Job", "One job of the file, as MOPAC runs it. Most files hold one.")
         .def_readonly("keywords", &Job::keywords, "list of JobKeyword")
-        .def_property_readonly("head", [](const Job& j) { return j.head; })
+        .def_property_readonly(
+            "head", [](const Job& j) { return j.head; }, "the form of the keyword head, a HeadForm")
         .def_readonly("first_keyword_line", &Job::first_keyword_line, "1-based")
         .def_readonly("keyword_line_count", &Job::keyword_line_count, "lines MOPAC reads as keywords")
-        .def_readonly("title", &Job::title)
-        .def_readonly("description", &Job::description)
-        .def_property_readonly("source", [](const Job& j) { return j.source; })
+        .def_readonly("title", &Job::title, "the first description line, a JobText")
+        .def_readonly("description", &Job::description, "the second description line, a JobText")
+        .def_property_readonly(
+            "source", [](const Job& j) { return j.source; }, "where the atoms come from, a GeometrySource")
         .def_property_readonly(
             "source_name", [](const Job& j) { return to_str(j.source_name); },
             "GEO_DAT, SETUP or DATA file name, as written")
         .def_readonly("geometry_begin", &Job::geometry_begin, "index into MopacJob.lines of the first geometry line")
         .def_readonly("geometry_end", &Job::geometry_end, "one past the last geometry line")
         .def_readonly("bohr", &Job::bohr, "lengths in Bohr")
-        .def_readonly("counts", &Job::counts)
+        .def_readonly("counts", &Job::counts, "what the geometry holds, a GeometryCounts")
         .def(
             "has_keyword", [](const Job& j, const Text& name) { return j.has_keyword(name.bytes); }, py::arg("name"),
             "Whether a keyword has the name of `name` (case and value ignored).")
@@ -264,7 +274,8 @@ void bind_job_records(py::module_& m) {
         .def_property_readonly(
             "label", [](const JobAtom& a) { return to_str(a.label); }, "the text between '(' and ')', or \"\"")
         .def_readonly("isotope_mass", &JobAtom::isotope_mass, "0 unless the line gives one")
-        .def_property_readonly("form", [](const JobAtom& a) { return a.form; })
+        .def_property_readonly(
+            "form", [](const JobAtom& a) { return a.form; }, "CoordinateForm.CARTESIAN or INTERNAL")
         .def_property_readonly(
             "values", [](const JobAtom& a) { return py::make_tuple(a.values[0], a.values[1], a.values[2]); },
             "x, y, z, or r, angle, dihedral (degrees), as written")

@@ -26,7 +26,7 @@ for library in loaded:
 job = vesk_mopac.read_job("PM7\nwater\n\nO 0 0 0\nH 0.96 0 0\nH -0.24 0.93 0\n")
 assert job.positions().shape == (3, 3), job.positions()
 assert not vesk_mopac.check(job), vesk_mopac.check(job)
-for name in ("__init__.py",):
+for name in ("__init__.py", "ase.py", "_native.pyi", "py.typed"):
     assert os.path.isfile(os.path.join(os.path.dirname(vesk_mopac.__file__), name)), name
 print(f"vesk_mopac {vesk_mopac.__version__} from {os.path.dirname(vesk_mopac.__file__)}")
 print(f"libraries: {', '.join(sorted(loaded))}")
