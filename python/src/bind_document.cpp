@@ -42,7 +42,7 @@ MopacInput input_from_state(const py::tuple& state);
 std::string record_repr(const CoordinateRecord& record);
 std::vector<Atom> atoms_from(const py::iterable& atoms);
 std::string render(const MopacInput& input);
-unsigned long long width_arg(const py::int_& width);
+unsigned long long width_arg(const Int& width);
 
 void bind_records(py::module_& m);
 void bind_input(py::module_& m);
@@ -358,21 +358,21 @@ void bind_editor(py::module_& m) {
             py::arg("comment"), "Replaces the comment line, byte for byte.")
         .def(
             "set_keywords",
-            [](InputEditor& e, const py::iterable& keywords, const py::int_& width) {
+            [](InputEditor& e, const py::iterable& keywords, const Int& width) {
                 e.set_keywords(from_text_list(keywords, "keywords"), width_arg(width));
             },
             py::arg("keywords"), py::arg("max_line_width") = default_width,
             (std::string("Replaces the keyword block by these tokens.\n") + width_doc).c_str())
         .def(
             "add_keyword",
-            [](InputEditor& e, const Text& keyword, const py::int_& width) {
+            [](InputEditor& e, const Text& keyword, const Int& width) {
                 e.add_keyword(keyword.bytes, width_arg(width));
             },
             py::arg("keyword"), py::arg("max_line_width") = default_width,
             "Appends one token, trimmed; an empty or \"+\" token adds nothing.")
         .def(
             "set_keyword",
-            [](InputEditor& e, const Text& name, const std::optional<Text>& value, const py::int_& width) {
+            [](InputEditor& e, const Text& name, const std::optional<Text>& value, const Int& width) {
                 e.set_keyword(name.bytes, value ? std::optional<std::string_view>(value->bytes) : std::nullopt,
                               width_arg(width));
             },
@@ -380,21 +380,21 @@ void bind_editor(py::module_& m) {
             "Removes every token named `name` and appends NAME (value None) or NAME=value last.")
         .def(
             "remove_keyword",
-            [](InputEditor& e, const Text& name, const py::int_& width) {
+            [](InputEditor& e, const Text& name, const Int& width) {
                 return e.remove_keyword(name.bytes, width_arg(width));
             },
             py::arg("name"), py::arg("max_line_width") = default_width,
             "Removes every token named `name`; True when one was removed.")
         .def(
             "set_charge",
-            [](InputEditor& e, const py::int_& charge, const py::int_& width) {
+            [](InputEditor& e, const Int& charge, const Int& width) {
                 e.set_charge(static_cast<int>(checked_int(charge, INT_MIN, INT_MAX, "charge")), width_arg(width));
             },
             py::arg("charge"), py::arg("max_line_width") = default_width,
             "Writes CHARGE=<charge> last, replacing every CHARGE token.")
         .def(
             "set_auxiliary_output",
-            [](InputEditor& e, const py::int_& precision, bool xp, const py::int_& width) {
+            [](InputEditor& e, const Int& precision, bool xp, const Int& width) {
                 e.set_auxiliary_output(static_cast<int>(checked_int(precision, INT_MIN, INT_MAX, "precision")), xp,
                                        width_arg(width));
             },
@@ -403,18 +403,18 @@ void bind_editor(py::module_& m) {
             "ValueError when precision is outside 0 to 18.")
         .def(
             "clear_auxiliary_output",
-            [](InputEditor& e, const py::int_& width) { return e.clear_auxiliary_output(width_arg(width)); },
+            [](InputEditor& e, const Int& width) { return e.clear_auxiliary_output(width_arg(width)); },
             py::arg("max_line_width") = default_width, "Removes every AUX token; True when one was removed.")
         .def(
             "set_method",
-            [](InputEditor& e, const Text& method, const py::int_& width) {
+            [](InputEditor& e, const Text& method, const Int& width) {
                 e.set_method(method.bytes, width_arg(width));
             },
             py::arg("method"), py::arg("max_line_width") = default_width,
             "Removes every known method keyword and puts `method` first.")
         .def(
             "set_multiplicity",
-            [](InputEditor& e, const py::int_& multiplicity, const py::int_& width) {
+            [](InputEditor& e, const Int& multiplicity, const Int& width) {
                 e.set_multiplicity(static_cast<unsigned>(checked_int(multiplicity, 1, UINT_MAX, "multiplicity")),
                                    width_arg(width));
             },
@@ -490,20 +490,20 @@ void bind_builder(py::module_& m) {
             py::arg("method"), chain, "Removes every known method keyword and puts `method` first.")
         .def(
             "set_charge",
-            [](Self b, const py::int_& charge) -> Self {
+            [](Self b, const Int& charge) -> Self {
                 return b.set_charge(static_cast<int>(checked_int(charge, INT_MIN, INT_MAX, "charge")));
             },
             py::arg("charge"), chain, "Writes CHARGE=<charge> last, replacing every CHARGE token.")
         .def(
             "set_multiplicity",
-            [](Self b, const py::int_& multiplicity) -> Self {
+            [](Self b, const Int& multiplicity) -> Self {
                 return b.set_multiplicity(
                     static_cast<unsigned>(checked_int(multiplicity, 1, UINT_MAX, "multiplicity")));
             },
             py::arg("multiplicity"), chain, "ValueError for a multiplicity below 1.")
         .def(
             "set_auxiliary_output",
-            [](Self b, const py::int_& precision, bool xp) -> Self {
+            [](Self b, const Int& precision, bool xp) -> Self {
                 return b.set_auxiliary_output(static_cast<int>(checked_int(precision, INT_MIN, INT_MAX, "precision")),
                                               xp);
             },
@@ -662,7 +662,7 @@ std::string render(const MopacInput& input) {
     return copy.to_string();
 }
 
-unsigned long long width_arg(const py::int_& width) {
+unsigned long long width_arg(const Int& width) {
     return static_cast<unsigned long long>(checked_int(width, 0, LLONG_MAX, "max_line_width"));
 }
 

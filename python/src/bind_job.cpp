@@ -67,7 +67,8 @@ void bind_job_editor(py::module_& m);
 void bind_check(py::module_& m);
 
 MopacJob read_text(std::string&& text, bool arc);
-std::size_t job_arg(const py::object& job, std::size_t when_none);
+std::size_t job_arg(const Int& job);
+std::size_t job_arg(const std::optional<Int>& job, std::size_t when_none);
 py::array_t<double> rows_of_three(const std::vector<std::array<double, 3>>& rows);
 py::object optional_str(const std::optional<std::string>& value);
 std::string number_repr(double value);
@@ -349,16 +350,16 @@ void bind_mopac_job(py::module_& m) {
         .def_property_readonly("has_errors", &MopacJob::has_errors, "whether a diagnostic is an error: MOPAC would stop")
         .def(
             "atoms",
-            [](const MopacJob& j, const py::int_& job) {
-                const std::size_t index = job_arg(job, 0);
+            [](const MopacJob& j, const Int& job) {
+                const std::size_t index = job_arg(job);
                 py::gil_scoped_release released;
                 return j.atoms(index);
             },
             py::arg("job") = 0, "The geometry lines of a job as a list of JobAtom.")
         .def(
             "geometry",
-            [](const MopacJob& j, const py::int_& job) {
-                const std::size_t index = job_arg(job, 0);
+            [](const MopacJob& j, const Int& job) {
+                const std::size_t index = job_arg(job);
                 py::gil_scoped_release released;
                 return j.geometry(index).atoms;
             },
@@ -368,8 +369,8 @@ void bind_mopac_job(py::module_& m) {
             "when the atoms come from elsewhere or cannot be placed (see diagnostics).")
         .def(
             "positions",
-            [](const MopacJob& j, const py::int_& job) {
-                const std::size_t index = job_arg(job, 0);
+            [](const MopacJob& j, const Int& job) {
+                const std::size_t index = job_arg(job);
                 vesk::core::Geometry geometry;
                 {
                     py::gil_scoped_release released;
@@ -390,8 +391,8 @@ void bind_mopac_job(py::module_& m) {
             "The positions of geometry(job) as one NumPy array of shape (n, 3), float64, Å.")
         .def(
             "symbols",
-            [](const MopacJob& j, const py::int_& job) {
-                const std::size_t index = job_arg(job, 0);
+            [](const MopacJob& j, const Int& job) {
+                const std::size_t index = job_arg(job);
                 vesk::core::Geometry geometry;
                 {
                     py::gil_scoped_release released;
@@ -404,8 +405,8 @@ void bind_mopac_job(py::module_& m) {
             py::arg("job") = 0, "The element symbols of geometry(job), a list of str.")
         .def(
             "translation_vectors",
-            [](const MopacJob& j, const py::int_& job) {
-                const std::size_t index = job_arg(job, 0);
+            [](const MopacJob& j, const Int& job) {
+                const std::size_t index = job_arg(job);
                 std::vector<std::array<double, 3>> vectors;
                 {
                     py::gil_scoped_release released;
@@ -510,7 +511,7 @@ void bind_job_editor(py::module_& m) {
             "the text as edited so far read as MOPAC reads it (a MopacJob)")
         .def(
             "set_method",
-            [](LockedEditor& e, Text& method, const py::object& job) {
+            [](LockedEditor& e, Text& method, const std::optional<Int>& job) {
                 const std::size_t index = job_arg(job, mopac::JobEditor::every_job);
                 locked(e, [&](mopac::JobEditor& x) { x.set_method(method.bytes, index); });
             },
@@ -520,7 +521,7 @@ void bind_job_editor(py::module_& m) {
                 .c_str())
         .def(
             "set_charge",
-            [](LockedEditor& e, const py::int_& charge, const py::object& job) {
+            [](LockedEditor& e, const Int& charge, const std::optional<Int>& job) {
                 const int value = static_cast<int>(checked_int(charge, INT_MIN, INT_MAX, "charge"));
                 const std::size_t index = job_arg(job, mopac::JobEditor::every_job);
                 locked(e, [&](mopac::JobEditor& x) { x.set_charge(value, index); });
@@ -529,7 +530,7 @@ void bind_job_editor(py::module_& m) {
             doc("Writes CHARGE=<charge> in the place of the first CHARGE keyword.").c_str())
         .def(
             "set_multiplicity",
-            [](LockedEditor& e, const py::int_& multiplicity, const py::object& job) {
+            [](LockedEditor& e, const Int& multiplicity, const std::optional<Int>& job) {
                 const auto value = static_cast<unsigned>(checked_int(multiplicity, 1, UINT_MAX, "multiplicity"));
                 const std::size_t index = job_arg(job, mopac::JobEditor::every_job);
                 locked(e, [&](mopac::JobEditor& x) { x.set_multiplicity(value, index); });
@@ -541,7 +542,7 @@ void bind_job_editor(py::module_& m) {
                 .c_str())
         .def(
             "set_auxiliary_output",
-            [](LockedEditor& e, const py::int_& precision, bool xp, const py::object& job) {
+            [](LockedEditor& e, const Int& precision, bool xp, const std::optional<Int>& job) {
                 const int value = static_cast<int>(checked_int(precision, INT_MIN, INT_MAX, "precision"));
                 const std::size_t index = job_arg(job, mopac::JobEditor::every_job);
                 locked(e, [&](mopac::JobEditor& x) { x.set_auxiliary_output(value, xp, index); });
@@ -552,14 +553,14 @@ void bind_job_editor(py::module_& m) {
                 .c_str())
         .def(
             "clear_auxiliary_output",
-            [](LockedEditor& e, const py::object& job) {
+            [](LockedEditor& e, const std::optional<Int>& job) {
                 const std::size_t index = job_arg(job, mopac::JobEditor::every_job);
                 return locked(e, [&](mopac::JobEditor& x) { return x.clear_auxiliary_output(index); });
             },
             py::arg("job") = py::none(), doc("Removes every AUX keyword; True when one was removed.").c_str())
         .def(
             "set_keyword",
-            [](LockedEditor& e, Text& name, const std::optional<Text>& value, const py::object& job) {
+            [](LockedEditor& e, Text& name, const std::optional<Text>& value, const std::optional<Int>& job) {
                 const std::size_t index = job_arg(job, mopac::JobEditor::every_job);
                 std::optional<std::string_view> text;
                 if (value) text = value->bytes;
@@ -571,7 +572,7 @@ void bind_job_editor(py::module_& m) {
                 .c_str())
         .def(
             "add_keyword",
-            [](LockedEditor& e, Text& keyword, const py::object& job) {
+            [](LockedEditor& e, Text& keyword, const std::optional<Int>& job) {
                 const std::size_t index = job_arg(job, mopac::JobEditor::every_job);
                 locked(e, [&](mopac::JobEditor& x) { x.add_keyword(keyword.bytes, index); });
             },
@@ -579,7 +580,7 @@ void bind_job_editor(py::module_& m) {
             doc("Appends one keyword to the job's last keyword line.").c_str())
         .def(
             "remove_keyword",
-            [](LockedEditor& e, Text& name, const py::object& job) {
+            [](LockedEditor& e, Text& name, const std::optional<Int>& job) {
                 const std::size_t index = job_arg(job, mopac::JobEditor::every_job);
                 return locked(e, [&](mopac::JobEditor& x) { return x.remove_keyword(name.bytes, index); });
             },
@@ -587,8 +588,8 @@ void bind_job_editor(py::module_& m) {
             doc("Removes every keyword of that name; True when one was removed.").c_str())
         .def(
             "set_title",
-            [](LockedEditor& e, Text& title, const py::int_& job) {
-                const std::size_t index = job_arg(job, 0);
+            [](LockedEditor& e, Text& title, const Int& job) {
+                const std::size_t index = job_arg(job);
                 locked(e, [&](mopac::JobEditor& x) { x.set_title(title.bytes, index); });
             },
             py::arg("title"), py::arg("job") = 0,
@@ -596,8 +597,8 @@ void bind_job_editor(py::module_& m) {
             "title with a line break, or one MOPAC would drop (a first '*').")
         .def(
             "set_description",
-            [](LockedEditor& e, Text& description, const py::int_& job) {
-                const std::size_t index = job_arg(job, 0);
+            [](LockedEditor& e, Text& description, const Int& job) {
+                const std::size_t index = job_arg(job);
                 locked(e, [&](mopac::JobEditor& x) { x.set_description(description.bytes, index); });
             },
             py::arg("description"), py::arg("job") = 0, "Replaces the description line, as set_title does.")
@@ -680,12 +681,12 @@ MopacJob read_text(std::string&& text, bool arc) {
     return mopac::read_job(std::move(text), options);
 }
 
-std::size_t job_arg(const py::object& job, std::size_t when_none) {
-    if (job.is_none()) return when_none;
-    if (!py::isinstance<py::int_>(job) || py::isinstance<py::bool_>(job)) {
-        throw py::type_error("job must be an int index or None, not " + std::string(py::repr(job)));
-    }
+std::size_t job_arg(const Int& job) {
     return static_cast<std::size_t>(checked_int(job, 0, LLONG_MAX, "job"));
+}
+
+std::size_t job_arg(const std::optional<Int>& job, std::size_t when_none) {
+    return job ? job_arg(*job) : when_none;
 }
 
 py::array_t<double> rows_of_three(const std::vector<std::array<double, 3>>& rows) {

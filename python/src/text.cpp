@@ -32,10 +32,14 @@ bool load_text(py::handle source, std::string& bytes) {
         bytes.assign(PyBytes_AS_STRING(object), static_cast<std::size_t>(PyBytes_GET_SIZE(object)));
         return true;
     }
-    if (PyByteArray_Check(object) || PyMemoryView_Check(object)) {
-        py::buffer_info info = py::reinterpret_borrow<py::buffer>(source).request();
-        if (info.itemsize != 1 || info.ndim > 1) return false;
-        bytes.assign(static_cast<const char*>(info.ptr), static_cast<std::size_t>(info.size));
+    if (PyByteArray_Check(object)) {
+        bytes.assign(PyByteArray_AS_STRING(object), static_cast<std::size_t>(PyByteArray_GET_SIZE(object)));
+        return true;
+    }
+    if (PyMemoryView_Check(object)) {
+        const Py_buffer* view = PyMemoryView_GET_BUFFER(object);
+        if (view->itemsize != 1 || !PyBuffer_IsContiguous(view, 'C')) return false;
+        bytes.assign(static_cast<const char*>(view->buf), static_cast<std::size_t>(view->len));
         return true;
     }
     return false;
@@ -102,13 +106,13 @@ std::string read_file(const Path& path) {
     return content;
 }
 
-long long checked_int(const py::int_& value, long long low, long long high, const char* what) {
+long long checked_int(const Int& value, long long low, long long high, const char* what) {
     int overflow = 0;
-    const long long number = PyLong_AsLongLongAndOverflow(value.ptr(), &overflow);
+    const long long number = PyLong_AsLongLongAndOverflow(value.number.ptr(), &overflow);
     if (number == -1 && PyErr_Occurred()) throw py::error_already_set();
     if (overflow != 0 || number < low || number > high) {
         throw py::value_error(std::string(what) + " must be from " + std::to_string(low) + " to " +
-                              std::to_string(high) + ", not " + std::string(py::repr(value)));
+                              std::to_string(high) + ", not " + std::string(py::repr(value.number)));
     }
     return number;
 }

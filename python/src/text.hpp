@@ -22,6 +22,11 @@ struct Text {
     std::string bytes;
 };
 
+/// An int argument: an int or anything with __index__ (NumPy integers), never a float.
+struct Int {
+    py::object number;  ///< operator.index(argument)
+};
+
 /// A path argument: str, bytes or os.PathLike, as os.fspath gives it.
 struct Path {
     std::string bytes;  ///< what the system calls see (os.fsencode)
@@ -49,8 +54,8 @@ void write_file(const Path& path, std::string_view content);
 /// released while the file is read.
 std::string read_file(const Path& path);
 
-/// An int argument as a C++ int of the range [low, high]; ValueError outside.
-long long checked_int(const py::int_& value, long long low, long long high, const char* what);
+/// An int argument as a C++ integer of the range [low, high]; ValueError outside.
+long long checked_int(const Int& value, long long low, long long high, const char* what);
 
 }  // namespace vesk::python
 
@@ -62,6 +67,20 @@ struct type_caster<vesk::python::Text> {
     bool load(handle source, bool) { return vesk::python::load_text(source, value.bytes); }
     static handle cast(const vesk::python::Text& text, return_value_policy, handle) {
         return vesk::python::to_str(text.bytes).release();
+    }
+};
+
+template <>
+struct type_caster<vesk::python::Int> {
+    PYBIND11_TYPE_CASTER(vesk::python::Int, const_name("int"));
+    bool load(handle source, bool) {
+        if (PyFloat_Check(source.ptr()) || !PyIndex_Check(source.ptr())) return false;
+        value.number = reinterpret_steal<object>(PyNumber_Index(source.ptr()));
+        if (!value.number) throw error_already_set();
+        return true;
+    }
+    static handle cast(const vesk::python::Int& number, return_value_policy, handle) {
+        return number.number.inc_ref();
     }
 };
 

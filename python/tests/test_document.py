@@ -19,11 +19,12 @@ WATER = "PM7 CHARGE=0\nwater\nthree atoms\nO 0 1 0 1 0 1\nH 0.9572 1 0 1 0 1\nH 
         lambda p: vm.parse(p.read_text()),
         lambda p: vm.parse(p.read_bytes()),
         lambda p: vm.parse(bytearray(p.read_bytes())),
+        lambda p: vm.parse(memoryview(p.read_bytes())),
         lambda p: vm.parse_file(str(p)),
         lambda p: vm.parse_file(p),
         lambda p: vm.parse_file(bytes(p)),
     ],
-    ids=["str", "bytes", "bytearray", "path-str", "path-pathlike", "path-bytes"],
+    ids=["str", "bytes", "bytearray", "memoryview", "path-str", "path-pathlike", "path-bytes"],
 )
 def test_every_kind_of_text_and_path_reads_the_same_document(source):
     result = source(ETHANOL)
@@ -50,6 +51,25 @@ def test_keyword_queries_ignore_case_and_value():
     assert vm.keyword_line_continues("PM7 +") and not vm.keyword_line_continues("PM7 +1")
     assert vm.is_method_keyword("PM6-D3H4") and not vm.is_method_keyword("CHARGE")
     assert vm.spin_state_multiplicity("TRIPLET") == 3 and vm.spin_state_multiplicity("MS") == 0
+
+
+@pytest.mark.parametrize(
+    "argument",
+    [42, 4.2, None, ["PM7"], memoryview(b"P\x00M\x007\x00").cast("H"), memoryview(b"PPMM77")[::2]],
+    ids=["int", "float", "None", "list", "wide-items", "strided"],
+)
+def test_what_is_no_text_is_a_type_error(argument):
+    with pytest.raises(TypeError):
+        vm.parse(argument)
+
+
+def test_integers_are_anything_with_index_but_never_floats():
+    numpy = pytest.importorskip("numpy")
+    editor = vm.InputEditor(vm.parse(WATER).input)
+    editor.set_charge(numpy.int64(-2), max_line_width=numpy.uint8(40))
+    assert editor.keyword_value("CHARGE") == "-2"
+    with pytest.raises(TypeError):
+        editor.set_charge(1.0)
 
 
 @pytest.mark.parametrize(

@@ -64,6 +64,9 @@ def test_a_job_holds_lines_jobs_atoms_and_positions():
     np.testing.assert_array_equal(job.positions(), ETHANOL_POSITIONS)
     assert job.translation_vectors().shape == (0, 3)
     assert job.atoms(5) == [] and job.positions(5).shape == (0, 3)  # no such job: nothing, as in C++
+    assert job.positions(np.int64(0)).shape == (9, 3)  # NumPy integers are indices too
+    with pytest.raises(TypeError):
+        job.positions(0.0)
 
 
 def test_positions_of_100000_atoms_arrive_as_one_float64_array():
