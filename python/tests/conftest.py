@@ -27,19 +27,16 @@ def _manifest():
 MANIFEST = _manifest()
 
 
+def corpus_paths(tag=None):
+    """The corpus files with a tag (all without); [] without a corpus."""
+    return [path for path, tags in MANIFEST if tag is None or tag in tags]
+
+
 def corpus(tag=None):
-    """The corpus files with a tag (all without), or a skip mark when there are none."""
-    files = [path for path, tags in MANIFEST if tag is None or tag in tags]
+    """Parameters for the corpus files with a tag (all without), or one skipped parameter."""
+    files = corpus_paths(tag)
     if not files:
         return [pytest.param(None, marks=pytest.mark.skip(reason=f"no corpus files under {CORPUS_DIR}"))]
-    return files
-
-
-@pytest.fixture(scope="session")
-def corpus_files():
-    files = [path for path, _ in MANIFEST]
-    if not files:
-        pytest.skip(f"no corpus under {CORPUS_DIR} (set VESK_CORPUS_DIR)")
     return files
 
 

@@ -6,7 +6,7 @@ import subprocess
 import sys
 
 import vesk_mopac as vm
-from conftest import ETHANOL, PROJECT_DIR, corpus
+from conftest import ETHANOL, PROJECT_DIR, corpus_paths
 
 SCRIPT = PROJECT_DIR / "python" / "examples" / "edit_folder.py"
 FINDING = re.compile(r"^.+\.mop:\d+:\d+: (error|warning): .+$")
@@ -39,7 +39,7 @@ def test_the_readme_tour_runs_and_says_true(monkeypatch):
 
 
 def test_edit_folder_edits_method_charge_and_spin_and_reports_findings(tmp_path):
-    sources = [path for path in corpus("mopac data/normal") if path and path.suffix == ".mop"][:6] + [ETHANOL]
+    sources = [path for path in corpus_paths("mopac data/normal") if path.suffix == ".mop"][:6] + [ETHANOL]
     for source in sources:
         shutil.copy(source, tmp_path)
     before = {path.name: vm.read_job_file(path) for path in tmp_path.glob("*.mop")}
