@@ -1,4 +1,4 @@
-"""Shared fixtures: the corpus of real MOPAC inputs and the bundled example."""
+"""Shared helpers: the corpus of real MOPAC inputs and the bundled example."""
 
 import os
 from pathlib import Path
