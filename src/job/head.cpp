@@ -137,7 +137,7 @@ void JobReader::read_head(Job& current, std::size_t job_index) {
         target.text.assign(text_view);
         target.line = index + 1;
     }
-    if (short_head) report_line(Issue::short_head, data[next - 1]);
+    if (short_head) report_line(Issue::short_head, position() - 1);
 }
 
 namespace {

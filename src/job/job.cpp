@@ -16,11 +16,18 @@
 #include "vesk/input/mopac/document.hpp"
 
 namespace vesk::input::mopac {
+namespace detail {
+
+// Calls visit(atom, line_index, label, extra) for each atom line of a job.
+template <class Visit>
+void visit_atom_lines(const MopacJob& job, std::size_t job_index, Visit&& visit);
+
+}  // namespace detail
 namespace {
 
 const JobKeyword* first_keyword_named(const Job& job, std::string_view name);
-bool place_job(const MopacJob& job, std::size_t job_index, std::vector<detail::ParsedAtom>& atoms,
-               std::vector<detail::Position>& positions);
+bool may_place(const MopacJob& job, std::size_t job_index);
+bool has_symmetry_lines(const MopacJob& job, std::size_t job_index);
 
 }  // namespace
 
@@ -57,46 +64,62 @@ std::vector<JobAtom> MopacJob::atoms(std::size_t job) const {
 
 vesk::core::Geometry MopacJob::geometry(std::size_t job) const {
     vesk::core::Geometry geometry;
-    if (job < placed_.size() && !placed_[job].empty()) {
-        std::size_t kept = 0;
-        for (const Placed& atom : placed_[job]) kept += detail::is_kept_atom(atom.atomic_number);
-        geometry.atoms.reserve(kept);
-        for (const Placed& atom : placed_[job]) {
-            if (!detail::is_kept_atom(atom.atomic_number)) continue;
-            geometry.atoms.emplace_back(std::string(detail::element_symbol(atom.atomic_number)), atom.position[0],
-                                        atom.position[1], atom.position[2]);
-        }
-        return geometry;
-    }
-    std::vector<detail::ParsedAtom> atoms;
-    std::vector<detail::Position> positions;
-    if (!place_job(*this, job, atoms, positions)) return geometry;
+    std::vector<Placed> scratch;
+    const std::vector<Placed>* placed = placement(job, scratch);
+    if (placed == nullptr) return geometry;
     std::size_t kept = 0;
-    for (const detail::ParsedAtom& atom : atoms) kept += detail::is_kept_atom(atom.atomic_number);
+    for (const Placed& atom : *placed) kept += detail::is_kept_atom(atom.atomic_number);
     geometry.atoms.reserve(kept);
-    for (std::size_t i = 0; i < atoms.size(); ++i) {
-        if (!detail::is_kept_atom(atoms[i].atomic_number)) continue;
-        geometry.atoms.emplace_back(std::string(detail::element_symbol(atoms[i].atomic_number)), positions[i][0],
-                                    positions[i][1], positions[i][2]);
+    for (const Placed& atom : *placed) {
+        if (!detail::is_kept_atom(atom.atomic_number)) continue;
+        geometry.atoms.emplace_back(std::string(detail::element_symbol(atom.atomic_number)), atom.position[0],
+                                    atom.position[1], atom.position[2]);
     }
     return geometry;
 }
 
 std::vector<std::array<double, 3>> MopacJob::translation_vectors(std::size_t job) const {
     std::vector<std::array<double, 3>> vectors;
-    if (job < placed_.size() && !placed_[job].empty()) {
-        for (const Placed& atom : placed_[job]) {
-            if (atom.atomic_number == detail::translation_vector) vectors.push_back(atom.position);
-        }
-        return vectors;
-    }
-    std::vector<detail::ParsedAtom> atoms;
-    std::vector<detail::Position> positions;
-    if (!place_job(*this, job, atoms, positions)) return vectors;
-    for (std::size_t i = 0; i < atoms.size(); ++i) {
-        if (atoms[i].atomic_number == detail::translation_vector) vectors.push_back(positions[i]);
+    if (job >= jobs_.size() || jobs_[job].counts.translation_vectors == 0) return vectors;
+    std::vector<Placed> scratch;
+    const std::vector<Placed>* placed = placement(job, scratch);
+    if (placed == nullptr) return vectors;
+    for (const Placed& atom : *placed) {
+        if (atom.atomic_number == detail::translation_vector) vectors.push_back(atom.position);
     }
     return vectors;
+}
+
+const std::vector<MopacJob::Placed>* MopacJob::placement(std::size_t job, std::vector<Placed>& scratch) const {
+    if (job < placed_.size() && !placed_[job].empty()) return &placed_[job];
+    if (!may_place(*this, job)) return nullptr;
+    const Job& current = jobs_[job];
+    const double factor = detail::length_factor(current);
+    if (current.counts.internal == 0 && !(detail::uses_symmetry(current) && has_symmetry_lines(*this, job))) {
+        // Cartesian atoms stand where their lines put them: one pass, without
+        // holding the atoms of every line.
+        bool unknown = false;
+        scratch.reserve(current.counts.cartesian);
+        detail::visit_atom_lines(*this, job, [&](const detail::ParsedAtom& atom, std::size_t, std::string_view,
+                                                  std::string_view) {
+            unknown = unknown || atom.atomic_number == 0;
+            scratch.push_back({{atom.values[0] * factor, atom.values[1] * factor, atom.values[2] * factor},
+                               atom.atomic_number});
+        });
+        return unknown || scratch.empty() ? nullptr : &scratch;
+    }
+    std::vector<detail::ParsedAtom> atoms;
+    detail::reread_atoms(*this, job, true, atoms, nullptr, nullptr);
+    if (atoms.empty() || !detail::ill_defined_atoms(atoms).empty()) return nullptr;
+    for (const detail::ParsedAtom& atom : atoms) {
+        if (atom.atomic_number == 0) return nullptr;
+    }
+    std::vector<detail::Position> positions;
+    std::size_t failed = 0;
+    if (!detail::place_atoms(atoms, factor, positions, failed)) return nullptr;
+    scratch.reserve(atoms.size());
+    for (std::size_t i = 0; i < atoms.size(); ++i) scratch.push_back({positions[i], atoms[i].atomic_number});
+    return &scratch;
 }
 
 namespace detail {
@@ -121,10 +144,8 @@ bool has_keyword_prefix(const Job& job, std::string_view prefix) noexcept {
     return false;
 }
 
-void reread_atoms(const MopacJob& job, std::size_t job_index, bool with_symmetry, std::vector<ParsedAtom>& atoms,
-                  std::vector<std::size_t>* line_indices, std::vector<JobAtom>* described,
-                  std::vector<SymmetryFault>* faults) {
-    atoms.clear();
+template <class Visit>
+void visit_atom_lines(const MopacJob& job, std::size_t job_index, Visit&& visit) {
     const Job& current = job.jobs()[job_index];
     const std::vector<JobLine>& lines = job.lines();
     const bool gaussian = current.source == GeometrySource::gaussian;
@@ -145,6 +166,7 @@ void reread_atoms(const MopacJob& job, std::size_t job_index, bool with_symmetry
     }
     std::vector<LineIssue> issues;
     ParsedAtom atom;
+    std::size_t count = 0;
     for (std::size_t i = current.geometry_begin; i < current.geometry_end; ++i) {
         if (lines[i].role != LineRole::geometry) continue;
         const std::string_view view = mopac_view(job.line_text(i + 1), scratch);
@@ -152,18 +174,29 @@ void reread_atoms(const MopacJob& job, std::size_t job_index, bool with_symmetry
         std::string_view extra;
         if (gaussian) {
             issues.clear();
-            read_gaussian_line(view, atoms.size(), &variables, atom, issues);
+            read_gaussian_line(view, count, &variables, atom, issues);
         } else if (pdb) {
             issues.clear();
             if (read_pdb_line(view, names, atom, issues) != LineKind::atom) continue;
         } else {
-            if (reader.read(view, atoms.size(), atom) != LineKind::atom) continue;
+            if (reader.read(view, count, atom) != LineKind::atom) continue;
             label = reader.label();
             extra = reader.extra();
         }
+        ++count;
+        visit(atom, i, label, extra);
+    }
+}
+
+void reread_atoms(const MopacJob& job, std::size_t job_index, bool with_symmetry, std::vector<ParsedAtom>& atoms,
+                  std::vector<std::size_t>* line_indices, std::vector<JobAtom>* described,
+                  std::vector<SymmetryFault>* faults) {
+    atoms.clear();
+    visit_atom_lines(job, job_index, [&](const ParsedAtom& atom, std::size_t i, std::string_view label,
+                                         std::string_view extra) {
         atoms.push_back(atom);
         if (line_indices != nullptr) line_indices->push_back(i);
-        if (described == nullptr) continue;
+        if (described == nullptr) return;
         JobAtom& out = described->emplace_back();
         out.line = i + 1;
         out.atomic_number = atom.atomic_number;
@@ -177,13 +210,16 @@ void reread_atoms(const MopacJob& job, std::size_t job_index, bool with_symmetry
             out.flags[k] = atom.flags[k];
             out.connectivity[k] = atom.connectivity[k] > 0 ? static_cast<std::size_t>(atom.connectivity[k]) : 0;
         }
-    }
+    });
     if (with_symmetry) apply_job_symmetry(job, job_index, atoms, faults);
 }
+
+bool uses_symmetry(const Job& job) { return has_keyword_prefix(job, "SYMM") || job.has_keyword("SYM"); }
 
 void apply_job_symmetry(const MopacJob& job, std::size_t job_index, std::vector<ParsedAtom>& atoms,
                         std::vector<SymmetryFault>* faults) {
     const Job& current = job.jobs()[job_index];
+    if (!uses_symmetry(current)) return;
     const std::vector<JobLine>& lines = job.lines();
     std::string scratch;
     double depvar = 1.0;
@@ -215,10 +251,9 @@ const JobKeyword* first_keyword_named(const Job& job, std::string_view name) {
     return nullptr;
 }
 
-// The positions of every atom line of a job; false when MOPAC would not place
-// them: atoms from elsewhere, or an error in the geometry.
-bool place_job(const MopacJob& job, std::size_t job_index, std::vector<detail::ParsedAtom>& atoms,
-               std::vector<detail::Position>& positions) {
+// False when MOPAC would not place the atoms of a job: they come from
+// elsewhere, or the reading found an error in its geometry.
+bool may_place(const MopacJob& job, std::size_t job_index) {
     if (job_index >= job.jobs().size()) return false;
     const Job& current = job.jobs()[job_index];
     const std::size_t first_line = current.geometry_begin + 1;
@@ -229,14 +264,15 @@ bool place_job(const MopacJob& job, std::size_t job_index, std::vector<detail::P
             if (in_geometry || diagnostic.line == current.first_keyword_line) return false;
         }
     }
-    detail::reread_atoms(job, job_index, true, atoms, nullptr, nullptr);
-    if (atoms.empty()) return false;
-    for (const detail::ParsedAtom& atom : atoms) {
-        if (atom.atomic_number == 0) return false;
+    return true;
+}
+
+bool has_symmetry_lines(const MopacJob& job, std::size_t job_index) {
+    const std::vector<JobLine>& lines = job.lines();
+    for (std::size_t i = job.jobs()[job_index].geometry_end; i < lines.size() && lines[i].job == job_index; ++i) {
+        if (lines[i].role == LineRole::symmetry) return true;
     }
-    if (!detail::ill_defined_atoms(atoms).empty()) return false;
-    std::size_t failed = 0;
-    return detail::place_atoms(atoms, detail::length_factor(current), positions, failed);
+    return false;
 }
 
 }  // namespace

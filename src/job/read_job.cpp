@@ -106,19 +106,20 @@ void JobReader::read(std::string&& text, const ReadOptions& options) {
             start = marker + 1;
         }
     }
-    data.reserve(lines.size() - start);
+    first_data = start;
     for (std::size_t i = start; i < lines.size(); ++i) {
         if (lines[i].role == LineRole::lost) continue;
         if (!raw(i).empty() && raw(i)[0] == '*') {
             lines[i].role = LineRole::comment;
             continue;
         }
-        data.push_back(i);
+        end_of_data = i + 1;
     }
+    next = data_from(start);
 
     while (!at_end()) {
         bool only_blanks = true;
-        for (std::size_t k = next; k < data.size() && only_blanks; ++k) only_blanks = is_blank_view(view(data[k]));
+        for (std::size_t i = next; i < end_of_data && only_blanks; i = data_from(i + 1)) only_blanks = is_blank_view(view(i));
         if (only_blanks) break;
         // Blank lines between jobs are read over: a later job starts at a
         // line that holds something.
@@ -126,12 +127,12 @@ void JobReader::read(std::string&& text, const ReadOptions& options) {
         // are the parameters between BEGIN EXTERNAL and END EXTERNAL. A
         // blank line does start one, with no keywords.
         while (!job.jobs_.empty() && !at_end()) {
-            const std::string_view line = view(data[next]);
+            const std::string_view line = view(next);
             const std::size_t previous = job.jobs_.size() - 1;
             if (numbers_only(line, false)) {
                 take(LineRole::data, previous);
             } else if (starts_upper(line, "BEGIN EXTERNAL")) {
-                while (!at_end() && !starts_upper(view(data[next]), "END EXTERNAL")) take(LineRole::data, previous);
+                while (!at_end() && !starts_upper(view(next), "END EXTERNAL")) take(LineRole::data, previous);
                 if (!at_end()) take(LineRole::data, previous);
             } else {
                 break;
@@ -146,7 +147,7 @@ void JobReader::read(std::string&& text, const ReadOptions& options) {
     // Blank lines behind the last job, and lines before it such as comments,
     // belong to the last job.
     const auto last_job = static_cast<std::uint32_t>(job.jobs_.empty() ? 0 : job.jobs_.size() - 1);
-    for (std::size_t k = next; k < data.size(); ++k) lines[data[k]].job = last_job;
+    for (std::size_t i = next; i < end_of_data; i = data_from(i + 1)) lines[i].job = last_job;
     for (std::size_t i = lines.size(); i-- > 0;) {
         if (lines[i].role == LineRole::trailing || lines[i].role == LineRole::comment || lines[i].role == LineRole::lost) {
             lines[i].job = i + 1 < lines.size() ? lines[i + 1].job : last_job;
@@ -176,15 +177,25 @@ std::string_view JobReader::raw(std::size_t line_index) const noexcept {
     return std::string_view(job.text_).substr(line.offset, line.length);
 }
 
-std::size_t JobReader::position() const noexcept {
-    if (!at_end()) return data[next];
-    return next == 0 ? 0 : data[next - 1] + 1;
+std::size_t JobReader::position() const noexcept { return at_end() ? end_of_data : next; }
+
+bool JobReader::is_data(std::size_t line_index) const noexcept {
+    // take() never gives a line the role of a comment or a lost line, so a
+    // line read already still counts.
+    const LineRole role = job.lines_[line_index].role;
+    return line_index >= first_data && role != LineRole::comment && role != LineRole::lost;
+}
+
+std::size_t JobReader::data_from(std::size_t line_index) const noexcept {
+    while (line_index < end_of_data && !is_data(line_index)) ++line_index;
+    return std::min(line_index, end_of_data);
 }
 
 std::string_view JobReader::view(std::size_t line_index) { return detail::mopac_view(raw(line_index), scratch); }
 
 std::size_t JobReader::take(LineRole role, std::size_t job_index) {
-    const std::size_t index = data[next++];
+    const std::size_t index = next;
+    next = data_from(next + 1);
     job.lines_[index].role = role;
     job.lines_[index].job = static_cast<std::uint32_t>(job_index);
     return index;
@@ -222,7 +233,7 @@ void JobReader::read_geometry(Job& current, std::size_t job_index) {
         // The inline lines, if any, are replaced: read over up to the blank line.
         current.geometry_begin = position();
         while (!at_end()) {
-            const bool blank = is_blank_view(view(data[next]));
+            const bool blank = is_blank_view(view(next));
             take(blank ? LineRole::geometry_end : LineRole::unread, job_index);
             if (blank) break;
         }
@@ -256,13 +267,13 @@ void JobReader::read_geometry(Job& current, std::size_t job_index) {
 void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
     current.geometry_begin = position();
     current.geometry_end = current.geometry_begin;
-    if (at_end() || is_blank_view(view(data[next]))) {
+    if (at_end() || is_blank_view(view(next))) {
         // A blank first line: the geometry may follow an .arc marker further
         // on, behind the head that follows the marker.
         std::size_t marker = next;
-        while (marker < data.size() && !holds_arc_marker(raw(data[marker]))) ++marker;
-        if (marker == data.size()) {
-            report_line(Issue::no_atoms, at_end() ? current.first_keyword_line - 1 : data[next]);
+        while (marker < end_of_data && !holds_arc_marker(raw(marker))) marker = data_from(marker + 1);
+        if (marker >= end_of_data) {
+            report_line(Issue::no_atoms, at_end() ? current.first_keyword_line - 1 : next);
             if (!at_end()) take(LineRole::geometry_end, job_index);
             current.geometry_end = std::max(current.geometry_begin, position());
             return;
@@ -271,7 +282,7 @@ void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
         const std::size_t head_start = next;
         Job arc_head;
         if (!at_end()) read_head(arc_head, job_index);
-        for (std::size_t k = head_start; k < next; ++k) job.lines_[data[k]].role = LineRole::skipped;
+        for (std::size_t i = head_start; i < next; i = data_from(i + 1)) job.lines_[i].role = LineRole::skipped;
         current.geometry_begin = position();
     }
 
@@ -285,7 +296,7 @@ void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
     std::vector<std::pair<std::size_t, std::size_t>> short_lines;  // Cartesian lines of 2 to 6 fields, by line
     const std::size_t geometry_start = next;
     while (!at_end()) {
-        const std::size_t index = data[next];
+        const std::size_t index = next;
         const detail::LineKind kind = reader.read(view(index), atoms, atom);
         if (kind == detail::LineKind::pdb || kind == detail::LineKind::gaussian) {
             next = geometry_start;
@@ -327,7 +338,7 @@ void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
         detail::GeometryLineReader second(detail::geometry_settings(current));
         std::size_t second_atoms = 0;
         while (!at_end()) {
-            const std::size_t index = data[next];
+            const std::size_t index = next;
             const detail::LineKind kind = second.read(view(index), second_atoms, atom);
             take(kind == detail::LineKind::end ? LineRole::geometry_end : LineRole::geometry, job_index);
             if (kind == detail::LineKind::end) break;
@@ -359,7 +370,7 @@ void JobReader::read_foreign_geometry(Job& current, std::size_t job_index, bool 
     }
     std::size_t atoms = 0;
     while (!at_end()) {
-        const std::size_t index = data[next];
+        const std::size_t index = next;
         issues.clear();
         bool is_atom = false;
         if (pdb) {
@@ -400,11 +411,11 @@ void JobReader::read_foreign_geometry(Job& current, std::size_t job_index, bool 
         // The values of the symbols, and after one more blank line the fixed values.
         detail::ZMatrixVariables variables;
         for (int block = 0; block < 2 && !at_end(); ++block) {
-            if (block == 1 && !variables.add_line(view(data[next]))) break;
+            if (block == 1 && !variables.add_line(view(next))) break;
             if (block == 1) take(LineRole::variables, job_index);
             while (!at_end()) {
-                const bool blank = is_blank_view(view(data[next]));
-                if (!blank && !variables.add_line(view(data[next]))) break;
+                const bool blank = is_blank_view(view(next));
+                if (!blank && !variables.add_line(view(next))) break;
                 take(LineRole::variables, job_index);
                 if (blank) break;
             }
@@ -429,8 +440,8 @@ void JobReader::read_foreign_geometry(Job& current, std::size_t job_index, bool 
 // line of numbers alone can start no job, so such lines are read as this
 // job's data even without the keyword that asks for them.
 void JobReader::read_data_behind_geometry(Job& current, std::size_t job_index, bool reaction_path) {
-    const bool symmetry = detail::has_keyword_prefix(current, "SYMM") || current.has_keyword("SYM");
-    if (symmetry || (!at_end() && numbers_only(view(data[next]), true))) {
+    const bool symmetry = detail::uses_symmetry(current);
+    if (symmetry || (!at_end() && numbers_only(view(next), true))) {
         detail::SymmetryLine line;
         std::string reason;
         while (!at_end()) {
@@ -442,9 +453,9 @@ void JobReader::read_data_behind_geometry(Job& current, std::size_t job_index, b
             if (ends) break;
         }
     }
-    if (reaction_path || current.has_keyword("SETPI") || (!at_end() && numbers_only(view(data[next]), false))) {
+    if (reaction_path || current.has_keyword("SETPI") || (!at_end() && numbers_only(view(next), false))) {
         while (!at_end()) {
-            const bool blank = is_blank_view(view(data[next]));
+            const bool blank = is_blank_view(view(next));
             take(LineRole::data, job_index);
             if (blank) break;
         }
@@ -454,10 +465,10 @@ void JobReader::read_data_behind_geometry(Job& current, std::size_t job_index, b
     if (!microstates.empty() && detail::is_digit(microstates[0])) {
         std::size_t count = 0;
         for (char c : microstates) {
-            if (!detail::is_digit(c) || count > data.size()) break;
+            if (!detail::is_digit(c) || count > job.lines_.size()) break;
             count = count * 10 + static_cast<std::size_t>(c - '0');
         }
-        if (!at_end() && detail::contains_upper(view(data[next]), "MICROS")) take(LineRole::data, job_index);
+        if (!at_end() && detail::contains_upper(view(next), "MICROS")) take(LineRole::data, job_index);
         for (std::size_t k = 0; k < count && !at_end(); ++k) take(LineRole::data, job_index);
     }
 }
@@ -495,7 +506,7 @@ void JobReader::check_geometry(Job& current, std::size_t job_index, std::size_t 
         }
     }
     if (job.placed_.size() <= job_index) job.placed_.resize(job_index + 1);
-    const bool symmetry = detail::has_keyword_prefix(current, "SYMM") || current.has_keyword("SYM");
+    const bool symmetry = detail::uses_symmetry(current);
     if (!kept_all && counts.internal == 0 && !symmetry) return;
     std::vector<detail::ParsedAtom> atoms;
     std::vector<std::size_t> atom_lines;

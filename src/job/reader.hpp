@@ -21,9 +21,12 @@ struct JobReader {
     void read(std::string&& text, const ReadOptions& options);
     void fail_read(std::string_view reason);
 
-    // The lines MOPAC reads, as indices into job.lines_, and the next one.
+    // MOPAC reads the lines from `first_data` on, less comments and the part
+    // of an over-long line it skips; `next` is the next of them to read,
+    // `end_of_data` one past the last (both indices into job.lines_).
     MopacJob& job;
-    std::vector<std::size_t> data;
+    std::size_t first_data = 0;
+    std::size_t end_of_data = 0;
     std::size_t next = 0;
     std::string scratch;
     std::size_t unlisted = 0;  // findings over the limit, counted only
@@ -35,7 +38,10 @@ struct JobReader {
     bool kept_all = true;
     std::size_t kept_bytes = 0;
 
-    bool at_end() const noexcept { return next >= data.size(); }
+    bool at_end() const noexcept { return next >= end_of_data; }
+    bool is_data(std::size_t line_index) const noexcept;
+    /// The first line MOPAC reads at or after `line_index`, else end_of_data.
+    std::size_t data_from(std::size_t line_index) const noexcept;
     /// The index of the next line MOPAC reads, or one past the last line read.
     std::size_t position() const noexcept;
     std::string_view raw(std::size_t line_index) const noexcept;
@@ -64,6 +70,10 @@ GeometrySettings geometry_settings(const Job& job);
 /// Whether a job has a keyword whose text starts with `prefix` ("SYMM").
 bool has_keyword_prefix(const Job& job, std::string_view prefix) noexcept;
 
+/// Whether the lines behind a job's geometry are symmetry data that MOPAC
+/// applies (SYMMETRY, SYMM, SYM); lines of numbers without it are read over.
+bool uses_symmetry(const Job& job);
+
 /// A symmetry line that could not be applied: its line index and why.
 struct SymmetryFault {
     std::size_t line_index;
@@ -78,7 +88,7 @@ void reread_atoms(const MopacJob& job, std::size_t job_index, bool with_symmetry
                   std::vector<std::size_t>* line_indices, std::vector<JobAtom>* described,
                   std::vector<SymmetryFault>* faults = nullptr);
 
-/// Applies the symmetry lines of a job to its atoms.
+/// Applies the symmetry lines of a job to its atoms, when it uses them.
 void apply_job_symmetry(const MopacJob& job, std::size_t job_index, std::vector<ParsedAtom>& atoms,
                         std::vector<SymmetryFault>* faults);
 

@@ -209,6 +209,14 @@ TEST(read_job, applies_symmetry_before_placing) {
     const MopacJob cartesian = read_job(
         "PM7 SYMM\nt\nd\nC 0 0 0\nH .7 .5 .3\nH 0 0 0\n\n2 4 3\n2 9 3\n2 17 3\n\n");
     expect_near(cartesian.geometry().atoms[2], "H", -0.7, -0.7, 0.7);
+    // Without the keyword, lines of numbers behind the geometry change no
+    // atom, also in a Z-matrix of lines too short for its placement to be kept.
+    std::string zmatrix = "PM7\nt\nd\nC\nC 1.2 1 0 0 0 0 1\nC 1.5 1 109 1 0 0 2 1\n";
+    for (int i = 4; i <= 400; ++i) zmatrix += "C 1 99 " + std::to_string(i / 2) + (i % 2 ? ".5" : "") + " 1 2 3\n";
+    const vesk::core::Geometry plain = read_job(zmatrix).geometry();
+    const vesk::core::Geometry with_numbers = read_job(zmatrix + "\n2 1 3\n\n").geometry();
+    ASSERT_EQ(plain.atoms.size(), 400u);
+    EXPECT_EQ(with_numbers.atoms[2].x, plain.atoms[2].x);
 }
 
 TEST(read_job, reads_jobs_one_after_another) {

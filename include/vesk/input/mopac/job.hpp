@@ -212,6 +212,10 @@ private:
     std::vector<Job> jobs_;
     std::vector<Diagnostic> diagnostics_;
     std::vector<std::vector<Placed>> placed_;
+
+    // The placed atoms of a job: its kept placement, else worked out into
+    // `scratch`; null when MOPAC would not place them.
+    const std::vector<Placed>* placement(std::size_t job, std::vector<Placed>& scratch) const;
 };
 
 /// Reads a MOPAC input as MOPAC reads it. Any bytes are accepted.
