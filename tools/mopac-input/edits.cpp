@@ -3,6 +3,7 @@
 #include "edits.hpp"
 
 #include <charconv>
+#include <cstdint>
 #include <exception>
 #include <map>
 #include <utility>
@@ -24,6 +25,7 @@ namespace {
 std::vector<std::string> tokens_of(std::string line);
 std::string keywords_not_as_asked(const input::mopac::Job& job, const EditRequest& request);
 std::string first_new_error(const input::mopac::MopacJob& before, const input::mopac::MopacJob& after);
+std::pair<std::size_t, std::uint64_t> atoms_digest(const input::mopac::MopacJob& job, std::size_t k);
 std::string read_back_difference(const MopacInput& edited, const std::string& text,
                                  const std::vector<std::string>& tokens);
 
@@ -133,14 +135,8 @@ std::string job_edit_difference(const input::mopac::MopacJob& before, const inpu
                                 const EditRequest& request) {
     if (before.jobs().size() != after.jobs().size()) return "jobs";
     for (std::size_t k = 0; k < before.jobs().size(); ++k) {
-        const vesk::core::Geometry old_atoms = before.geometry(k);
-        const vesk::core::Geometry new_atoms = after.geometry(k);
-        if (old_atoms.atoms.size() != new_atoms.atoms.size()) return "atoms";
-        for (std::size_t a = 0; a < old_atoms.atoms.size(); ++a) {
-            const auto& x = old_atoms.atoms[a];
-            const auto& y = new_atoms.atoms[a];
-            if (x.element != y.element || x.x != y.x || x.y != y.y || x.z != y.z) return "atoms";
-        }
+        // One geometry at a time: a large job's atoms are not held twice.
+        if (atoms_digest(before, k) != atoms_digest(after, k)) return "atoms";
         const input::mopac::Job& old_job = before.jobs()[k];
         const input::mopac::Job& new_job = after.jobs()[k];
         const bool first = k == 0;
@@ -240,6 +236,22 @@ std::string keywords_not_as_asked(const input::mopac::Job& job, const EditReques
 }
 
 // The first error of `after` whose kind `before` has fewer of.
+// The atoms of a job as their count and a 64-bit FNV-1a hash of each
+// element and the bits of its position.
+std::pair<std::size_t, std::uint64_t> atoms_digest(const input::mopac::MopacJob& job, std::size_t k) {
+    const vesk::core::Geometry geometry = job.geometry(k);
+    std::uint64_t hash = 14695981039346656037ull;
+    const auto mix = [&hash](const void* data, std::size_t size) {
+        const auto* bytes = static_cast<const unsigned char*>(data);
+        for (std::size_t i = 0; i < size; ++i) hash = (hash ^ bytes[i]) * 1099511628211ull;
+    };
+    for (const vesk::core::Atom& atom : geometry.atoms) {
+        mix(atom.element.data(), atom.element.size() + 1);  // with the terminator: "C" "l" is not "Cl"
+        for (const double value : {atom.x, atom.y, atom.z}) mix(&value, sizeof value);
+    }
+    return {geometry.atoms.size(), hash};
+}
+
 std::string first_new_error(const input::mopac::MopacJob& before, const input::mopac::MopacJob& after) {
     std::map<std::string, std::size_t> known;
     for (const auto& d : input::mopac::check_job(before)) {
