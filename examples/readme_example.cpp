@@ -6,6 +6,33 @@
 
 namespace mopac = vesk::input::mopac;
 
+// Read a file as MOPAC reads it, edit it where MOPAC reads it, check the result.
+bool edit_a_job(const std::string& path, const std::string& out_path) {
+    mopac::MopacJob job = mopac::read_job_file(path);  // never throws: defects are diagnostics
+    for (const mopac::Diagnostic& d : job.diagnostics()) std::cerr << path << ':' << d.line << ": " << d.message << '\n';
+
+    const mopac::Job& first = job.jobs().at(0);
+    std::cout << "keywords on line " << first.first_keyword_line << ", PRECISE? " << first.has_keyword("precise")
+              << ", " << first.counts.internal << " atoms in internal coordinates\n";
+    // keywords on line 2, PRECISE? 1, 5 atoms in internal coordinates
+    const vesk::core::Geometry atoms = job.geometry();  // the Z-matrix placed as MOPAC places it, in Å
+    std::cout << atoms.atoms[2].element << ' ' << atoms.atoms[2].x << ' ' << atoms.atoms[2].y << '\n';
+    // H 1.72666 0.913014
+
+    mopac::JobEditor editor(std::move(job));
+    editor.set_method("PM6-D3H4");  // every method MOPAC runs goes, the new one takes the first's place
+    editor.set_charge(1);           // CHARGE=1 where a CHARGE was, else at the end of the keywords
+    editor.set_multiplicity(2);     // MS=0.5 and, for an open shell, UHF
+    for (const mopac::Diagnostic& d : mopac::check_job(editor.job())) {
+        std::cerr << path << ':' << d.line << ": " << d.message << '\n';  // nothing: MOPAC would run it
+    }
+    editor.write_file(out_path);  // atomic; every byte but line 2 as it was
+    std::cout << editor.job().line_text(2) << '\n';
+    // PM6-D3H4 PRECISE CHARGE=1 MS=0.5 UHF
+    return editor.job().line_text(2) == "PM6-D3H4 PRECISE CHARGE=1 MS=0.5 UHF" &&
+           mopac::check_job(editor.job()).empty();
+}
+
 // Parse a file, ask about its keywords, edit it and write it back.
 bool edit_a_file(const std::string& path, const std::string& out_path) {
     mopac::ParseResult result = mopac::parse_file(path);
@@ -55,9 +82,9 @@ bool build_an_input() {
 }
 
 int main(int argc, char** argv) {
-    if (argc != 3) {
-        std::cerr << "usage: " << argv[0] << " INPUT.mop OUTPUT.mop\n";
+    if (argc != 5) {
+        std::cerr << "usage: " << argv[0] << " ZMATRIX.mop EDITED.mop INPUT.mop OUTPUT.mop\n";
         return 2;
     }
-    return edit_a_file(argv[1], argv[2]) && build_an_input() ? 0 : 1;
+    return edit_a_job(argv[1], argv[2]) && edit_a_file(argv[3], argv[4]) && build_an_input() ? 0 : 1;
 }

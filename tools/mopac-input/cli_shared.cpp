@@ -31,7 +31,8 @@ void add_edit_options(CLI::App& command, EditRequest& request) {
                      "Write CHARGE=Q in place of every CHARGE keyword");
     add_whole_number(command, "--multiplicity", 1, UINT_MAX,
                      [&request](long long n) { request.multiplicity = static_cast<unsigned int>(n); },
-                     "Replace the spin keywords by UHF (unless 1) and MS=(N-1)/2");
+                     "Replace the spin keywords by one (the state's name where the file named it, "
+                     "else MS=(N-1)/2), with UHF above 1");
     auto* aux = add_whole_number(command, "--aux", 0, 18,
                                  [&request](long long p) { request.aux_precision = static_cast<int>(p); },
                                  "Write AUX(PRECISION=P) (P from 0 to 18)");

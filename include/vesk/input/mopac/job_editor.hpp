@@ -49,7 +49,8 @@ public:
     VESK_MOPAC_API void set_method(std::string_view method, std::size_t job = every_job);
     /// Writes CHARGE=<charge> in the place of the first CHARGE keyword.
     VESK_MOPAC_API void set_charge(int charge, std::size_t job = every_job);
-    /// Replaces the spin keywords (SINGLET to NONET, MS, BIRADICAL) by
+    /// Replaces the spin keywords (SINGLET to NONET, MS, BIRADICAL) by one:
+    /// the state's name where the file named its state (DOUBLET), otherwise
     /// MS=<(m-1)/2>; above 1 also UHF in place of RHF, unless an active space
     /// (C.I., OPEN, C.A.S., C.I.D., MRCI) lets RHF describe the open shells.
     /// Throws std::invalid_argument when `multiplicity` is 0.
