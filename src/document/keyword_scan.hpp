@@ -10,16 +10,15 @@
 
 namespace vesk::input::mopac::detail {
 
-/// Calls `on_token(std::string_view)` for each token of a line, "+" marks
-/// included: "X 'a b' (p(q) r) s)" -> "X", "'a b'", "(p(q) r)", "s)".
-template <typename OnToken>
-void for_each_keyword_token(std::string_view line, OnToken&& on_token) {
+/// The quotes and parentheses around a byte of a keyword line, taken a byte
+/// at a time: a blank splits tokens only outside all of them. A ')' with no
+/// '(' open is an ordinary byte.
+struct KeywordNesting {
     char quote = 0;
     long long depth = 0;
-    std::size_t start = 0;
-    bool in_token = false;
-    for (std::size_t i = 0; i < line.size(); ++i) {
-        const char c = line[i];
+
+    /// Takes the next byte; true when it is a blank that splits tokens.
+    constexpr bool splits(char c) noexcept {
         if (quote != 0) {
             if (c == quote) quote = 0;
         } else if (c == '\'' || c == '"') {
@@ -28,7 +27,24 @@ void for_each_keyword_token(std::string_view line, OnToken&& on_token) {
             ++depth;
         } else if (c == ')' && depth > 0) {
             --depth;
-        } else if (depth == 0 && is_c_space(static_cast<unsigned char>(c))) {
+        } else {
+            return depth == 0 && is_c_space(static_cast<unsigned char>(c));
+        }
+        return false;
+    }
+    /// Whether a quote or parenthesis is still open.
+    constexpr bool open() const noexcept { return quote != 0 || depth != 0; }
+};
+
+/// Calls `on_token(std::string_view)` for each token of a line, "+" marks
+/// included: "X 'a b' (p(q) r) s)" -> "X", "'a b'", "(p(q) r)", "s)".
+template <typename OnToken>
+void for_each_keyword_token(std::string_view line, OnToken&& on_token) {
+    KeywordNesting nesting;
+    std::size_t start = 0;
+    bool in_token = false;
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        if (nesting.splits(line[i])) {
             if (in_token) on_token(line.substr(start, i - start));
             in_token = false;
             continue;

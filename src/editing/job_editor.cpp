@@ -440,24 +440,12 @@ void check_word(std::string_view word, const char* what) {
     word = detail::trim_space(word);
     const std::string name = std::string("MOPAC ") + what;
     if (word.empty()) refuse(name + " is empty");
-    char quote = 0;
-    long depth = 0;
+    detail::KeywordNesting nesting;
     for (char c : word) {
         if (c == '\n' || c == '\r') refuse(name + " cannot hold a line break");
-        if (quote == 0 && depth == 0 && detail::is_c_space(static_cast<unsigned char>(c))) {
-            refuse(name + " cannot hold a blank outside quotes or parentheses");
-        }
-        if (quote != 0) {
-            if (c == quote) quote = 0;
-        } else if (c == '\'' || c == '"') {
-            quote = c;
-        } else if (c == '(') {
-            ++depth;
-        } else if (c == ')' && depth > 0) {
-            --depth;
-        }
+        if (nesting.splits(c)) refuse(name + " cannot hold a blank outside quotes or parentheses");
     }
-    if (quote != 0 || depth != 0) refuse(name + " leaves a quote or parenthesis open");
+    if (nesting.open()) refuse(name + " leaves a quote or parenthesis open");
     if (word[0] == '+' || word[0] == '*' || word.find('&') != std::string_view::npos ||
         word.find("++") != std::string_view::npos) {
         refuse(name + " would read as a continuation mark or a comment");

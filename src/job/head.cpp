@@ -1,6 +1,7 @@
 // The head of a job as MOPAC reads it: one to three keyword lines joined by
 // "++", " +" or '&' (or SETUP), then the title and the description.
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -53,6 +54,17 @@ void JobReader::read_head(Job& current, std::size_t job_index) {
 
     std::size_t descriptions = 2;
     bool short_head = false;
+    // One more line of keywords, after a blank; none when the text ends first.
+    const auto more_keywords = [&]() -> std::optional<std::size_t> {
+        if (at_end()) {
+            short_head = true;
+            return std::nullopt;
+        }
+        const std::size_t index = take(LineRole::keywords, job_index);
+        ++current.keyword_line_count;
+        keywords.push(' ', KeywordText::no_line, 0);
+        return index;
+    };
     if (first_view.find("++") != std::string::npos) {
         current.head = HeadForm::double_plus;
         short_head = !join_double_plus(*this, keywords, current, job_index);
@@ -64,17 +76,12 @@ void JobReader::read_head(Job& current, std::size_t job_index) {
         // '+' in their first column continues too; a third " +" is fatal.
         current.head = HeadForm::plus;
         for (int extra = 0; extra < 2; ++extra) {
-            if (at_end()) {
-                short_head = true;
-                break;
-            }
-            const std::size_t index = take(LineRole::keywords, job_index);
-            ++current.keyword_line_count;
-            keywords.push(' ', KeywordText::no_line, 0);
-            const std::string line_view(view(index));
-            keywords.append(line_view, index);
+            const std::optional<std::size_t> index = more_keywords();
+            if (!index) break;
+            const std::string line_view(view(*index));
+            keywords.append(line_view, *index);
             if (!line_holds(line_view, " +", true)) break;
-            if (extra == 1) report_line(Issue::too_many_keyword_lines, index);
+            if (extra == 1) report_line(Issue::too_many_keyword_lines, *index);
         }
     } else if (first_view.find('&') != std::string::npos) {
         // The first '&' of line 1 is a mark; a line 2 ending in '&' takes a
@@ -82,27 +89,15 @@ void JobReader::read_head(Job& current, std::size_t job_index) {
         current.head = HeadForm::ampersand;
         keywords.text[first_view.find('&')] = ' ';
         descriptions = 1;
-        if (at_end()) {
-            short_head = true;
-        } else {
-            const std::size_t second = take(LineRole::keywords, job_index);
-            ++current.keyword_line_count;
-            keywords.push(' ', KeywordText::no_line, 0);
-            const std::string second_view(view(second));
+        if (const std::optional<std::size_t> second = more_keywords()) {
+            const std::string second_view(view(*second));
             const std::size_t start = keywords.text.size();
-            keywords.append(second_view, second);
+            keywords.append(second_view, *second);
             const std::size_t last = second_view.find_last_not_of(' ');
             if (last != std::string::npos && second_view[last] == '&') {
                 keywords.text[start + last] = ' ';
                 descriptions = 0;
-                if (at_end()) {
-                    short_head = true;
-                } else {
-                    const std::size_t third = take(LineRole::keywords, job_index);
-                    ++current.keyword_line_count;
-                    keywords.push(' ', KeywordText::no_line, 0);
-                    keywords.append(view(third), third);
-                }
+                if (const std::optional<std::size_t> third = more_keywords()) keywords.append(view(*third), *third);
             }
         }
     }
