@@ -72,7 +72,7 @@ LineKind GeometryLineReader::read(std::string_view view, std::size_t atoms_befor
         last_label_length_ = label_.size();
     }
     split_fields();
-    atom.field_count = fields_.size();
+    atom.field_count = static_cast<std::uint32_t>(fields_.size());  // a line holds at most a few thousand
     if (fields_.empty()) {
         report(Issue::unknown_element, 0, "\"\"");
         return LineKind::atom;

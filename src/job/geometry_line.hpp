@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,16 +28,17 @@ enum class LineKind : unsigned char {
 };
 
 /// The numbers of one atom line, as MOPAC keeps them.
+/// Ordered so that it packs tightly: a large Z-matrix keeps one per line.
 struct ParsedAtom {
     int atomic_number = 0;  // 0: not recognised
+    int flags[3] = {0, 0, 0};
     double isotope_mass = 0.0;
+    double values[3] = {0.0, 0.0, 0.0};
+    long long connectivity[3] = {0, 0, 0};
+    std::uint32_t field_count = 0;
     bool internal = false;
     bool angle_in_radians = false;  // atom 3 written "r f a f 1 2": MOPAC does not convert the angle
     bool xyz_element = false;       // an "x y z El" line: the geometry is in Bohr
-    double values[3] = {0.0, 0.0, 0.0};
-    int flags[3] = {0, 0, 0};
-    long long connectivity[3] = {0, 0, 0};
-    std::size_t field_count = 0;
 };
 
 /// A finding on the line just read, with its offset in the line's view.

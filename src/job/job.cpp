@@ -64,16 +64,17 @@ std::vector<JobAtom> MopacJob::atoms(std::size_t job) const {
 
 vesk::core::Geometry MopacJob::geometry(std::size_t job) const {
     vesk::core::Geometry geometry;
-    std::vector<Placed> scratch;
-    const std::vector<Placed>* placed = placement(job, scratch);
+    Placed scratch;
+    const Placed* placed = placement(job, scratch);
     if (placed == nullptr) return geometry;
     std::size_t kept = 0;
-    for (const Placed& atom : *placed) kept += detail::is_kept_atom(atom.atomic_number);
+    for (const std::uint8_t number : placed->atomic_numbers) kept += detail::is_kept_atom(number);
     geometry.atoms.reserve(kept);
-    for (const Placed& atom : *placed) {
-        if (!detail::is_kept_atom(atom.atomic_number)) continue;
-        geometry.atoms.emplace_back(std::string(detail::element_symbol(atom.atomic_number)), atom.position[0],
-                                    atom.position[1], atom.position[2]);
+    for (std::size_t i = 0; i < placed->positions.size(); ++i) {
+        const int number = placed->atomic_numbers[i];
+        if (!detail::is_kept_atom(number)) continue;
+        const std::array<double, 3>& position = placed->positions[i];
+        geometry.atoms.emplace_back(std::string(detail::element_symbol(number)), position[0], position[1], position[2]);
     }
     return geometry;
 }
@@ -81,17 +82,17 @@ vesk::core::Geometry MopacJob::geometry(std::size_t job) const {
 std::vector<std::array<double, 3>> MopacJob::translation_vectors(std::size_t job) const {
     std::vector<std::array<double, 3>> vectors;
     if (job >= jobs_.size() || jobs_[job].counts.translation_vectors == 0) return vectors;
-    std::vector<Placed> scratch;
-    const std::vector<Placed>* placed = placement(job, scratch);
+    Placed scratch;
+    const Placed* placed = placement(job, scratch);
     if (placed == nullptr) return vectors;
-    for (const Placed& atom : *placed) {
-        if (atom.atomic_number == detail::translation_vector) vectors.push_back(atom.position);
+    for (std::size_t i = 0; i < placed->positions.size(); ++i) {
+        if (placed->atomic_numbers[i] == detail::translation_vector) vectors.push_back(placed->positions[i]);
     }
     return vectors;
 }
 
-const std::vector<MopacJob::Placed>* MopacJob::placement(std::size_t job, std::vector<Placed>& scratch) const {
-    if (job < placed_.size() && !placed_[job].empty()) return &placed_[job];
+const MopacJob::Placed* MopacJob::placement(std::size_t job, Placed& scratch) const {
+    if (job < placed_.size() && !placed_[job].positions.empty()) return &placed_[job];
     if (!may_place(*this, job)) return nullptr;
     const Job& current = jobs_[job];
     const double factor = detail::length_factor(current);
@@ -99,14 +100,15 @@ const std::vector<MopacJob::Placed>* MopacJob::placement(std::size_t job, std::v
         // Cartesian atoms stand where their lines put them: one pass, without
         // holding the atoms of every line.
         bool unknown = false;
-        scratch.reserve(current.counts.cartesian);
+        scratch.positions.reserve(current.counts.cartesian);
+        scratch.atomic_numbers.reserve(current.counts.cartesian);
         detail::visit_atom_lines(*this, job, [&](const detail::ParsedAtom& atom, std::size_t, std::string_view,
                                                   std::string_view) {
             unknown = unknown || atom.atomic_number == 0;
-            scratch.push_back({{atom.values[0] * factor, atom.values[1] * factor, atom.values[2] * factor},
-                               atom.atomic_number});
+            scratch.positions.push_back({atom.values[0] * factor, atom.values[1] * factor, atom.values[2] * factor});
+            scratch.atomic_numbers.push_back(detail::placed_number(atom.atomic_number));
         });
-        return unknown || scratch.empty() ? nullptr : &scratch;
+        return unknown || scratch.positions.empty() ? nullptr : &scratch;
     }
     std::vector<detail::ParsedAtom> atoms;
     detail::reread_atoms(*this, job, true, atoms, nullptr, nullptr);
@@ -114,11 +116,10 @@ const std::vector<MopacJob::Placed>* MopacJob::placement(std::size_t job, std::v
     for (const detail::ParsedAtom& atom : atoms) {
         if (atom.atomic_number == 0) return nullptr;
     }
-    std::vector<detail::Position> positions;
     std::size_t failed = 0;
-    if (!detail::place_atoms(atoms, factor, positions, failed)) return nullptr;
-    scratch.reserve(atoms.size());
-    for (std::size_t i = 0; i < atoms.size(); ++i) scratch.push_back({positions[i], atoms[i].atomic_number});
+    if (!detail::place_atoms(atoms, factor, scratch.positions, failed)) return nullptr;
+    scratch.atomic_numbers.reserve(atoms.size());
+    for (const detail::ParsedAtom& atom : atoms) scratch.atomic_numbers.push_back(detail::placed_number(atom.atomic_number));
     return &scratch;
 }
 

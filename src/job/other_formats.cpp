@@ -49,7 +49,7 @@ bool read_gaussian_line(std::string_view view, std::size_t atoms_before, const Z
     atom = ParsedAtom{};
     const std::vector<std::string_view> fields = split_blank_or_comma(view);
     if (fields.empty()) return false;
-    atom.field_count = fields.size();
+    atom.field_count = static_cast<std::uint32_t>(fields.size());
     const auto offset_of = [view](std::string_view field) { return static_cast<std::size_t>(field.data() - view.data()); };
     atom.atomic_number = gaussian_element(fields[0]);
     if (atom.atomic_number == 0) {

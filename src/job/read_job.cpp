@@ -295,6 +295,10 @@ void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
     bool reaction_path = false;
     std::vector<std::pair<std::size_t, std::size_t>> short_lines;  // Cartesian lines of 2 to 6 fields, by line
     const std::size_t geometry_start = next;
+    // Cartesian atoms stand where their lines put them and are placed from
+    // the lines when asked: atoms are kept only from the first line in
+    // internal coordinates on, which needs the lines before it too.
+    bool all_cartesian = true;
     while (!at_end()) {
         const std::size_t index = next;
         const detail::LineKind kind = reader.read(view(index), atoms, atom);
@@ -307,7 +311,11 @@ void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
         if (kind == detail::LineKind::end) break;
         if (kind == detail::LineKind::skip) continue;
         for (const detail::LineIssue& issue : reader.issues()) report(issue.issue, index, issue.offset, issue.detail);
-        keep(atom, index);
+        if (all_cartesian && atom.internal) {
+            all_cartesian = false;
+            keep_lines(detail::geometry_settings(current), geometry_start, index);
+        }
+        if (!all_cartesian) keep(atom, index);
         ++atoms;
         GeometryCounts& counts = current.counts;
         const int number = atom.atomic_number;
@@ -332,6 +340,7 @@ void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
     // geometry unless STEP and POINTS give them.
     reaction_path = reaction_path && !current.has_keyword("STEP") && !current.has_keyword("POINTS");
     current.geometry_end = std::max(current.geometry_begin, position());
+    if (all_cartesian) kept_all = false;
     if (atoms == 0) report_line(Issue::no_atoms, current.geometry_begin < job.lines_.size() ? current.geometry_begin : 0);
     // SADDLE: the second geometry, the other end of the reaction, follows.
     if (current.has_keyword("SADDLE")) {
@@ -475,9 +484,24 @@ void JobReader::read_data_behind_geometry(Job& current, std::size_t job_index, b
 
 void JobReader::start_keeping() {
     kept.clear();
-    kept_lines.clear();
     kept_all = true;
     kept_bytes = 0;
+}
+
+// Keeps the atoms of the geometry lines from `from` up to `to`, read again.
+void JobReader::keep_lines(const detail::GeometrySettings& settings, std::size_t from, std::size_t to) {
+    // Room for every line left at once, within the budget keep() allows: a
+    // large Z-matrix is not copied over and over as the vectors grow.
+    const std::size_t bytes_left = job.text_.size() - job.lines_[from].offset;
+    kept.reserve(std::min(end_of_data - from, (4 * bytes_left + 4096) / sizeof(detail::ParsedAtom)));
+    detail::GeometryLineReader reader(settings);
+    detail::ParsedAtom atom;
+    std::size_t atoms = 0;
+    for (std::size_t i = from; i < to && kept_all; i = data_from(i + 1)) {
+        if (reader.read(view(i), atoms, atom) != detail::LineKind::atom) continue;
+        keep(atom, i);
+        ++atoms;
+    }
 }
 
 // Keeps an atom while the kept atoms take at most a few times the bytes of
@@ -485,14 +509,12 @@ void JobReader::start_keeping() {
 void JobReader::keep(const detail::ParsedAtom& atom, std::size_t line_index) {
     if (!kept_all) return;
     kept_bytes += job.lines_[line_index].length + 1;
-    if ((kept.size() + 1) * (sizeof(detail::ParsedAtom) + sizeof(std::size_t)) > 4 * kept_bytes + 4096) {
+    if ((kept.size() + 1) * sizeof(detail::ParsedAtom) > 4 * kept_bytes + 4096) {
         kept_all = false;
         std::vector<detail::ParsedAtom>().swap(kept);
-        std::vector<std::size_t>().swap(kept_lines);
         return;
     }
     kept.push_back(atom);
-    kept_lines.push_back(line_index);
 }
 
 // Faults that need the whole geometry: references to atoms that are not
@@ -509,31 +531,38 @@ void JobReader::check_geometry(Job& current, std::size_t job_index, std::size_t 
     const bool symmetry = detail::uses_symmetry(current);
     if (!kept_all && counts.internal == 0 && !symmetry) return;
     std::vector<detail::ParsedAtom> atoms;
-    std::vector<std::size_t> atom_lines;
+    std::vector<std::size_t> atom_lines;  // the line of each atom, found when a fault needs it
     if (kept_all) {
         atoms.swap(kept);
-        atom_lines.swap(kept_lines);
     } else {
         detail::reread_atoms(job, job_index, false, atoms, &atom_lines, nullptr);
     }
+    const auto line_of = [&](std::size_t atom) {
+        if (atom_lines.empty()) {
+            std::vector<detail::ParsedAtom> again;
+            detail::reread_atoms(job, job_index, false, again, &atom_lines, nullptr);
+        }
+        return atom_lines[atom];
+    };
     if (symmetry) {
         std::vector<detail::SymmetryFault> faults;
         detail::apply_job_symmetry(job, job_index, atoms, &faults);
         for (const detail::SymmetryFault& fault : faults) report_line(Issue::bad_symmetry_line, fault.line_index, fault.reason);
     }
     const std::vector<std::size_t> faulty = detail::ill_defined_atoms(atoms);
-    for (std::size_t index : faulty) report_line(Issue::ill_defined_atom, atom_lines[index], std::to_string(index + 1));
+    for (std::size_t index : faulty) report_line(Issue::ill_defined_atom, line_of(index), std::to_string(index + 1));
     if (!faulty.empty() || atoms.empty()) return;
     std::vector<detail::Position> positions;
     std::size_t failed = 0;
     if (!detail::place_atoms(atoms, detail::length_factor(current), positions, failed)) {
-        report_line(Issue::coincident_atoms, atom_lines[failed], std::to_string(failed + 1));
+        report_line(Issue::coincident_atoms, line_of(failed), std::to_string(failed + 1));
         return;
     }
     if (errors != errors_before || !kept_all) return;
-    std::vector<MopacJob::Placed>& placed = job.placed_[job_index];
-    placed.reserve(atoms.size());
-    for (std::size_t i = 0; i < atoms.size(); ++i) placed.push_back({positions[i], atoms[i].atomic_number});
+    MopacJob::Placed& placed = job.placed_[job_index];
+    placed.positions = std::move(positions);
+    placed.atomic_numbers.reserve(atoms.size());
+    for (const detail::ParsedAtom& atom : atoms) placed.atomic_numbers.push_back(detail::placed_number(atom.atomic_number));
 }
 
 namespace {

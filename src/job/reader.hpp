@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -34,7 +35,6 @@ struct JobReader {
     // The atoms of the geometry being read, kept for the checks and the
     // placement unless they would take much more memory than their lines.
     std::vector<detail::ParsedAtom> kept;
-    std::vector<std::size_t> kept_lines;
     bool kept_all = true;
     std::size_t kept_bytes = 0;
 
@@ -58,6 +58,7 @@ struct JobReader {
     void read_foreign_geometry(Job& current, std::size_t job_index, bool pdb);
     void read_data_behind_geometry(Job& current, std::size_t job_index, bool reaction_path);
     void start_keeping();
+    void keep_lines(const detail::GeometrySettings& settings, std::size_t from, std::size_t to);
     void keep(const detail::ParsedAtom& atom, std::size_t line_index);
     void check_geometry(Job& current, std::size_t job_index, std::size_t errors_before);
 };
@@ -69,6 +70,12 @@ GeometrySettings geometry_settings(const Job& job);
 
 /// Whether a job has a keyword whose text starts with `prefix` ("SYMM").
 bool has_keyword_prefix(const Job& job, std::string_view prefix) noexcept;
+
+/// An atomic number as a placement keeps it: 1 to 107, anything else 0 (an
+/// atom that geometry() leaves out either way).
+constexpr std::uint8_t placed_number(int atomic_number) noexcept {
+    return atomic_number >= 1 && atomic_number <= 107 ? static_cast<std::uint8_t>(atomic_number) : 0;
+}
 
 /// Whether the lines behind a job's geometry are symmetry data that MOPAC
 /// applies (SYMMETRY, SYMM, SYM); lines of numbers without it are read over.

@@ -203,19 +203,19 @@ private:
     // Where the reading placed the atoms of a job, when it could keep them:
     // the same answer geometry() would work out again from the lines.
     struct Placed {
-        std::array<double, 3> position;
-        int atomic_number;
+        std::vector<std::array<double, 3>> positions;
+        std::vector<std::uint8_t> atomic_numbers;  // 1 to 107
     };
     std::string text_;
     ReadOptions options_;
     std::vector<JobLine> lines_;
     std::vector<Job> jobs_;
     std::vector<Diagnostic> diagnostics_;
-    std::vector<std::vector<Placed>> placed_;
+    std::vector<Placed> placed_;
 
     // The placed atoms of a job: its kept placement, else worked out into
     // `scratch`; null when MOPAC would not place them.
-    const std::vector<Placed>* placement(std::size_t job, std::vector<Placed>& scratch) const;
+    const Placed* placement(std::size_t job, Placed& scratch) const;
 };
 
 /// Reads a MOPAC input as MOPAC reads it. Any bytes are accepted.
