@@ -3,12 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "corpus.hpp"
 #include "vesk/input/mopac/catalogue.hpp"
 #include "vesk/input/mopac/document.hpp"
 #include "vesk/input/mopac/job_editor.hpp"
@@ -102,13 +102,10 @@ bool only_keyword_lines_differ(const MopacJob& before, const MopacJob& after) {
 }
 
 TEST(job_editor, edits_every_corpus_file_mopac_reads) {
-    std::ifstream manifest(VESK_CORPUS_DIR "/MANIFEST.tsv");
-    if (!manifest) GTEST_SKIP() << "\n*** SKIPPED: no corpus under " VESK_CORPUS_DIR " ***";
-    std::string row;
-    std::getline(manifest, row);
+    const std::vector<std::string> names = vesk::testing::corpus_files();
+    if (names.empty()) GTEST_SKIP() << "\n*** SKIPPED: no corpus under " VESK_CORPUS_DIR " ***";
     std::size_t edited = 0;
-    while (std::getline(manifest, row)) {
-        const std::string name = row.substr(0, row.find('\t'));
+    for (const std::string& name : names) {
         SCOPED_TRACE(name);
         const MopacJob original = read_job_file(VESK_CORPUS_DIR "/" + name);
         if (original.has_errors()) continue;

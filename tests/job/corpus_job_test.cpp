@@ -4,10 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <fstream>
 #include <string>
 #include <vector>
 
+#include "corpus.hpp"
 #include "job/placement.hpp"
 #include "job/reader.hpp"
 #include "vesk/core/fs.hpp"
@@ -18,16 +18,7 @@ namespace {
 
 using detail::Position;
 
-std::vector<std::string> corpus_files() {
-    std::vector<std::string> files;
-    std::ifstream manifest(VESK_CORPUS_DIR "/MANIFEST.tsv");
-    std::string row;
-    std::getline(manifest, row);
-    while (std::getline(manifest, row)) {
-        if (!row.empty()) files.push_back(row.substr(0, row.find('\t')));
-    }
-    return files;
-}
+using vesk::testing::corpus_files;
 
 Position minus(const Position& a, const Position& b) { return {a[0] - b[0], a[1] - b[1], a[2] - b[2]}; }
 double dot(const Position& a, const Position& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
