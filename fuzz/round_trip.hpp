@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "parser/reader.hpp"
+#include "text/lines.hpp"
 #include "vesk/input/mopac/parser.hpp"
 
 namespace vesk::fuzz {

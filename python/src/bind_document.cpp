@@ -15,6 +15,7 @@
 
 #include "bindings.hpp"
 #include "vesk/core/geometry.hpp"
+#include "vesk/input/mopac/catalogue.hpp"
 #include "vesk/input/mopac/builder.hpp"
 #include "vesk/input/mopac/document.hpp"
 #include "vesk/input/mopac/editor.hpp"

@@ -10,11 +10,11 @@
 #include <string_view>
 #include <vector>
 
-#include "check/keyword_table.hpp"
-#include "document/byte_classes.hpp"
-#include "document/keyword_scan.hpp"
+#include "mopac/tables.hpp"
+#include "text/bytes.hpp"
+#include "text/keyword_scan.hpp"
 #include "job/elements.hpp"
-#include "parser/number_parse.hpp"
+#include "text/numbers.hpp"
 #include "vesk/input/mopac/catalogue.hpp"
 #include "vesk/input/mopac/document.hpp"
 
@@ -49,7 +49,7 @@ struct Settings {
     const JobKeyword* charge = nullptr;
     const JobKeyword* rhf = nullptr;
     const JobKeyword* uhf = nullptr;
-    bool active_space = false;  // C.I., OPEN, C.A.S., C.I.D., MRCI
+    bool active_space = false;  // is_active_space_keyword
     bool configuration_interaction = false;  // C.I. alone
     bool debug = false;
     bool external_parameters = false;
@@ -101,9 +101,7 @@ Settings settings_of(const Job& job) {
         if (name == "CHARGE" && settings.charge == nullptr) settings.charge = &keyword;
         if (name == "RHF" && settings.rhf == nullptr) settings.rhf = &keyword;
         if (name == "UHF" && settings.uhf == nullptr) settings.uhf = &keyword;
-        settings.active_space = settings.active_space || name == "C.I." || name == "OPEN" || name == "C.A.S." ||
-                                name == "C.I.D." || name == "MRCI" || name == "CIS" || name == "CISD" ||
-                                name == "CISDT";
+        settings.active_space = settings.active_space || is_active_space_keyword(name);
         settings.configuration_interaction = settings.configuration_interaction || name == "C.I." || name == "OPEN";
         settings.indo = settings.indo || name == "INDO";
         settings.debug = settings.debug || name == "DEBUG";
@@ -256,10 +254,7 @@ void check_method(Findings& findings, const Job& job, const Settings& settings, 
         }
     }
     if (atoms == nullptr || settings.external_parameters) return;
-    const detail::MethodElements* table = nullptr;
-    for (std::size_t i = 0; i < detail::method_elements_size; ++i) {
-        if (method == detail::method_elements[i].method) table = &detail::method_elements[i];
-    }
+    const detail::MethodElements* table = detail::elements_of_method(mopac_method_runs(method));
     if (table == nullptr) return;
     const std::size_t line = settings.methods.empty() ? job.first_keyword_line : settings.methods[0]->line;
     const std::size_t column = settings.methods.empty() ? 0 : settings.methods[0]->column;

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
-#include "document/keyword_scan.hpp"
-#include "document/byte_classes.hpp"
+#include "text/keyword_scan.hpp"
+#include "text/bytes.hpp"
 #include "vesk/input/mopac/document.hpp"
 
 namespace vesk::input::mopac {

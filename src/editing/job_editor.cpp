@@ -11,8 +11,8 @@
 #include <utility>
 #include <vector>
 
-#include "document/byte_classes.hpp"
-#include "document/keyword_scan.hpp"
+#include "text/bytes.hpp"
+#include "text/keyword_scan.hpp"
 #include "document/number_format.hpp"
 #include "vesk/core/fs.hpp"
 #include "vesk/input/mopac/catalogue.hpp"

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "document/keyword_scan.hpp"
+#include "text/keyword_scan.hpp"
 #include "document/number_format.hpp"
 #include "editing/keyword_layout.hpp"
 #include "vesk/input/mopac/editor.hpp"

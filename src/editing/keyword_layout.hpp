@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "document/byte_classes.hpp"
+#include "text/bytes.hpp"
 
 namespace vesk::input::mopac::detail {
 

@@ -7,10 +7,11 @@
 #include <utility>
 #include <vector>
 
-#include "document/byte_classes.hpp"
-#include "document/keyword_scan.hpp"
+#include "text/bytes.hpp"
+#include "text/keyword_scan.hpp"
 #include "document/number_format.hpp"
 #include "editing/keyword_layout.hpp"
+#include "editing/name_sets.hpp"
 #include "vesk/input/mopac/editor.hpp"
 
 namespace vesk::input::mopac {
@@ -62,10 +63,16 @@ bool name_is(std::string_view token, IsName&& is_name) noexcept {
 
 bool is_method_token(std::string_view token) noexcept { return name_is(token, is_method_keyword); }
 
-// The nine spin-state names, MS and UHF.
+bool in_spin_keywords(std::string_view name) noexcept {
+    for (std::string_view entry : detail::spin_keywords()) {
+        if (entry == name) return true;
+    }
+    return false;
+}
+
+// A name of spin_keywords, or UHF.
 bool is_spin_token(std::string_view token) noexcept {
-    return detail::keyword_name_equals(token, "UHF") || detail::keyword_name_equals(token, "MS") ||
-           name_is(token, spin_state_multiplicity);
+    return detail::keyword_name_equals(token, "UHF") || name_is(token, in_spin_keywords);
 }
 
 [[noreturn]] void fail_multiplicity() { throw std::invalid_argument("MOPAC multiplicity must be positive"); }

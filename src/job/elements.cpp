@@ -3,7 +3,7 @@
 
 #include <array>
 
-#include "document/byte_classes.hpp"
+#include "text/bytes.hpp"
 
 namespace vesk::input::mopac::detail {
 namespace {

@@ -6,10 +6,10 @@
 #include <array>
 #include <cmath>
 
-#include "document/byte_classes.hpp"
+#include "text/bytes.hpp"
 #include "job/elements.hpp"
 #include "job/text_lines.hpp"
-#include "parser/number_parse.hpp"
+#include "text/numbers.hpp"
 
 namespace vesk::input::mopac::detail {
 namespace {

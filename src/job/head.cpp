@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-#include "document/byte_classes.hpp"
-#include "document/keyword_scan.hpp"
+#include "text/bytes.hpp"
+#include "text/keyword_scan.hpp"
 #include "job/reader.hpp"
 #include "job/text_lines.hpp"
 

@@ -6,13 +6,13 @@
 #include <string_view>
 #include <vector>
 
-#include "document/keyword_scan.hpp"
+#include "text/keyword_scan.hpp"
 #include "job/elements.hpp"
 #include "job/other_formats.hpp"
 #include "job/placement.hpp"
 #include "job/reader.hpp"
 #include "job/text_lines.hpp"
-#include "parser/number_parse.hpp"
+#include "text/numbers.hpp"
 #include "vesk/input/mopac/document.hpp"
 
 namespace vesk::input::mopac {

@@ -3,9 +3,9 @@
 
 #include <charconv>
 
-#include "document/byte_classes.hpp"
+#include "text/bytes.hpp"
 #include "job/elements.hpp"
-#include "parser/number_parse.hpp"
+#include "text/numbers.hpp"
 
 namespace vesk::input::mopac::detail {
 namespace {

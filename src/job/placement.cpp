@@ -8,7 +8,7 @@
 #include <cmath>
 
 #include "job/elements.hpp"
-#include "parser/number_parse.hpp"
+#include "text/numbers.hpp"
 
 namespace vesk::input::mopac::detail {
 namespace {

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "document/byte_classes.hpp"
+#include "text/bytes.hpp"
 #include "job/elements.hpp"
 #include "job/other_formats.hpp"
 #include "job/placement.hpp"

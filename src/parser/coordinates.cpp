@@ -1,10 +1,10 @@
 // Recognition of the lines behind the comment line: atoms, translation vectors, raw text.
 #include <string>
 
-#include "document/byte_classes.hpp"
+#include "text/bytes.hpp"
 #include "parser/coordinates.hpp"
-#include "parser/number_parse.hpp"
-#include "parser/reader.hpp"
+#include "text/numbers.hpp"
+#include "text/lines.hpp"
 
 namespace vesk::input::mopac::detail {
 namespace {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "parser/reader.hpp"
+#include "text/lines.hpp"
 #include "vesk/input/mopac/document.hpp"
 
 namespace vesk::input::mopac::detail {

@@ -3,10 +3,10 @@
 #include <stdexcept>
 #include <string>
 
-#include "document/keyword_scan.hpp"
+#include "text/keyword_scan.hpp"
 #include "document/number_format.hpp"
 #include "parser/coordinates.hpp"
-#include "parser/reader.hpp"
+#include "text/lines.hpp"
 #include "vesk/core/fs.hpp"
 #include "vesk/input/mopac/parser.hpp"
 

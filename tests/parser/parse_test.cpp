@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "parser/number_parse.hpp"
+#include "text/numbers.hpp"
 #include "vesk/input/mopac/parser.hpp"
 
 namespace vesk::input::mopac {

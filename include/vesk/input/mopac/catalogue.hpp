@@ -31,10 +31,22 @@ VESK_MOPAC_API KeywordCatalogue keyword_catalogue() noexcept;
 /// it); null when MOPAC's list has no such name.
 VESK_MOPAC_API const KeywordInfo* find_keyword(std::string_view name) noexcept;
 
-/// Whether MOPAC runs a method of that name (upper case): the 17 methods of
-/// its list ("PM7", "PM6-D3H4", "PM8", ...), PM5 (which runs PM7), and the
-/// older names MINDO3 and MNDO-D that InputEditor::set_method knows.
+/// Whether a name (upper case) is a method keyword of MOPAC: the 17 methods
+/// of its list ("PM7", "PM6-D3H4", "PM8", ...), PM5 (which runs PM7), and the
+/// older names MINDO3 and MNDO-D. Setting a job's method removes them all.
 VESK_MOPAC_API bool is_mopac_method(std::string_view name) noexcept;
+
+/// The Hamiltonian MOPAC runs for a method keyword (upper case): the name
+/// itself, "PM7" for "PM5"; empty for MINDO3, MNDO-D and any other name.
+VESK_MOPAC_API std::string_view mopac_method_runs(std::string_view name) noexcept;
+
+/// The multiplicity that MOPAC's spin-state name states: "SINGLET" 1,
+/// "DOUBLET" 2, ... "NONET" 9; 0 for every other name, "MS" included.
+VESK_MOPAC_API unsigned int spin_state_multiplicity(std::string_view name) noexcept;
+
+/// Whether a keyword name (upper case) sets up an active space in which RHF
+/// describes open shells: C.I., OPEN, C.A.S., C.I.D., MRCI, CIS, CISD, CISDT.
+VESK_MOPAC_API bool is_active_space_keyword(std::string_view name) noexcept;
 
 /// Whether MOPAC's own keyword check accepts a keyword as written (any case):
 /// its name must start with one of the prefixes of the list, or be one whole.

@@ -77,8 +77,4 @@ VESK_MOPAC_API std::string normalize_keyword_name(std::string_view text);
 /// 18 methods that InputEditor::set_method replaces: "AM1", "PM6-DH+", "PM7", ...
 VESK_MOPAC_API bool is_method_keyword(std::string_view name) noexcept;
 
-/// The multiplicity that a spin-state name states: "SINGLET" 1, "DOUBLET" 2,
-/// ... "NONET" 9; 0 for every other name, "MS" included.
-VESK_MOPAC_API unsigned int spin_state_multiplicity(std::string_view name) noexcept;
-
 }  // namespace vesk::input::mopac

@@ -1,18 +1,17 @@
-// Lookups in MOPAC's keyword list.
+// Lookups in the tables of MOPAC knowledge.
 #include <cstddef>
 #include <string>
 #include <string_view>
 
-#include "check/keyword_table.hpp"
-#include "document/byte_classes.hpp"
-#include "document/keyword_scan.hpp"
+#include "mopac/tables.hpp"
+#include "text/keyword_scan.hpp"
 #include "vesk/input/mopac/catalogue.hpp"
-#include "vesk/input/mopac/document.hpp"
 
 namespace vesk::input::mopac {
 namespace {
 
 bool starts_with_upper(std::string_view text, std::string_view prefix) noexcept;
+const detail::MethodName* find_method(std::string_view name) noexcept;
 
 }  // namespace
 
@@ -25,10 +24,25 @@ const KeywordInfo* find_keyword(std::string_view name) noexcept {
     return nullptr;
 }
 
-bool is_mopac_method(std::string_view name) noexcept {
-    if (name == "PM5" || is_method_keyword(name)) return true;
-    const KeywordInfo* info = find_keyword(name);
-    return info != nullptr && info->method;
+bool is_mopac_method(std::string_view name) noexcept { return find_method(name) != nullptr; }
+
+std::string_view mopac_method_runs(std::string_view name) noexcept {
+    const detail::MethodName* method = find_method(name);
+    return method == nullptr ? std::string_view() : std::string_view(method->runs);
+}
+
+unsigned int spin_state_multiplicity(std::string_view name) noexcept {
+    for (std::size_t i = 0; i < detail::spin_state_names_size; ++i) {
+        if (detail::spin_state_names[i] == name) return static_cast<unsigned int>(i + 1);
+    }
+    return 0;
+}
+
+bool is_active_space_keyword(std::string_view name) noexcept {
+    for (std::size_t i = 0; i < detail::active_space_names_size; ++i) {
+        if (detail::active_space_names[i] == name) return true;
+    }
+    return false;
 }
 
 // A prefix "X" matches a keyword that starts with X; a prefix written as
@@ -52,6 +66,21 @@ bool mopac_accepts_keyword(std::string_view keyword) noexcept {
     return false;
 }
 
+namespace detail {
+
+const MethodElements* elements_of_method(std::string_view runs) noexcept {
+    for (std::size_t i = 0; i < method_elements_size; ++i) {
+        if (runs == method_elements[i].method) return &method_elements[i];
+    }
+    return nullptr;
+}
+
+bool is_spin_keyword(std::string_view name) noexcept {
+    return name == "MS" || name == "BIRADICAL" || spin_state_multiplicity(name) != 0;
+}
+
+}  // namespace detail
+
 namespace {
 
 bool starts_with_upper(std::string_view text, std::string_view prefix) noexcept {
@@ -60,6 +89,13 @@ bool starts_with_upper(std::string_view text, std::string_view prefix) noexcept 
         if (detail::to_upper(text[i]) != prefix[i]) return false;
     }
     return true;
+}
+
+const detail::MethodName* find_method(std::string_view name) noexcept {
+    for (std::size_t i = 0; i < detail::method_names_size; ++i) {
+        if (detail::method_names[i].name == name) return &detail::method_names[i];
+    }
+    return nullptr;
 }
 
 }  // namespace

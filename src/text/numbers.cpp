@@ -1,5 +1,5 @@
 // Whole-token number conversion with the answers of strtod/strtol, locale-free.
-#include "parser/number_parse.hpp"
+#include "text/numbers.hpp"
 
 #include <charconv>
 #include <cmath>

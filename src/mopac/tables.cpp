@@ -1,10 +1,11 @@
-// The keywords MOPAC knows: name, the forms it is written in, the prefixes
-// by which MOPAC's own keyword check recognises a word, and whether it
-// selects a method; and the elements each method runs. Made by
-// scripts/make_mopac_tables.py from MOPAC's keyword list and its observed
-// element table; a prefix in double quotes with a trailing blank must match
-// the whole word, "|" separates several prefixes.
-#include "check/keyword_table.hpp"
+// MOPAC knowledge as constant tables: the keywords MOPAC knows (name, the
+// forms it is written in, the prefixes by which its own keyword check
+// recognises a word), the methods and the Hamiltonian each runs, the spin
+// states, the active-space keywords, and the elements each method runs.
+// Made by scripts/make_mopac_tables.py from MOPAC's keyword list and its
+// observed element table; do not edit by hand. A prefix in double quotes
+// with a trailing blank must match the whole word, "|" separates several.
+#include "mopac/tables.hpp"
 
 namespace vesk::input::mopac::detail {
 
@@ -48,7 +49,7 @@ const KeywordInfo keyword_table[] = {
     {"CIS", "NAME", "\"CIS \"", false},
     {"CISD", "NAME", "\"CISD \"", false},
     {"CISDT", "NAME", "\"CISDT \"", false},
-    {"COMPARE", "NAME", "COMPAR", false},
+    {"COMPARE", "NAME,NAME(args)", "COMPAR", false},
     {"COMPFG", "NAME", "COMPFG", false},
     {"COSCCH", "NAME", "COSCCH", false},
     {"COSWRT", "NAME", "COSWRT", false},
@@ -64,7 +65,7 @@ const KeywordInfo keyword_table[] = {
     {"DDMIN", "NAME=value", "DDMIN", false},
     {"DEBUG", "NAME", "\"DEBUG \"", false},
     {"PULAY", "NAME", "PULAY", false},
-    {"DENOUT", "NAME", "DENOUT", false},
+    {"DENOUT", "NAME,NAME=value", "DENOUT", false},
     {"DENOUTF", "NAME", "DENOUT", false},
     {"DENSITY", "NAME", "DENS", false},
     {"DERI1", "NAME", "DERI1", false},
@@ -88,7 +89,7 @@ const KeywordInfo keyword_table[] = {
     {"EF", "NAME", "EF", false},
     {"EIGEN", "NAME", "EIGEN", false},
     {"EIGS", "NAME", "EIGS", false},
-    {"ENPART", "NAME", "ENPART", false},
+    {"ENPART", "NAME,NAME(args)", "ENPART", false},
     {"EPS", "NAME=value", "EPS=", false},
     {"ESP", "NAME", "\"ESP \"", false},
     {"ESPGRID", "NAME,NAME=value", "ESPGRID", false},
@@ -127,7 +128,7 @@ const KeywordInfo keyword_table[] = {
     {"IUPD", "NAME=value", "IUPD", false},
     {"KINETIC", "NAME=value", "KINE", false},
     {"KING", "NAME", "KING", false},
-    {"LARGE", "NAME", "LARGE", false},
+    {"LARGE", "NAME,NAME=value", "LARGE", false},
     {"LBFGS", "NAME", "LBFGS", false},
     {"LET", "NAME,NAME(args)", "LET", false},
     {"LEWIS", "NAME", "LEWIS", false},
@@ -175,7 +176,7 @@ const KeywordInfo keyword_table[] = {
     {"NOTXT", "NAME", "NOTXT", false},
     {"NOXYZ", "NAME", "NOXYZ", false},
     {"NSPA", "NAME=value", "NSPA", false},
-    {"NSURF", "NAME", "NSURF", false},
+    {"NSURF", "NAME,NAME=value", "NSURF", false},
     {"OCTET", "NAME", "OCTE", false},
     {"OLDCAV", "NAME", "OLDCAV", false},
     {"OLDENS", "NAME", "OLDENS", false},
@@ -185,7 +186,7 @@ const KeywordInfo keyword_table[] = {
     {"OPEN", "NAME(args)", "OPEN", false},
     {"OPT", "NAME,NAME(args)", "OPT|OPT(|OPT=", false},
     {"OPT-X", "NAME", "OPT-", false},
-    {"OUTPUT", "NAME", "OUTPUT", false},
+    {"OUTPUT", "NAME,NAME(args)", "OUTPUT", false},
     {"P", "NAME=value", "P=", false},
     {"PDB", "NAME,NAME=(args)", "PDB|PDB(", false},
     {"PDBOUT", "NAME", "PDBOUT", false},
@@ -195,7 +196,7 @@ const KeywordInfo keyword_table[] = {
     {"PL", "NAME", "PL", false},
     {"PM3", "NAME", "\"PM3 \"", true},
     {"PM6", "NAME", "\"PM6 \"", true},
-    {"PM6-D3", "NAME", "PM6-D", true},
+    {"PM6-D3", "NAME,NAME(args)", "PM6-D", true},
     {"PM6-DH+", "NAME", "PM6-D", true},
     {"PM6-DH2", "NAME", "PM6-D", true},
     {"PM6-DH2X", "NAME", "PM6-D", true},
@@ -209,7 +210,7 @@ const KeywordInfo keyword_table[] = {
     {"POINT", "NAME=value", "POINT", false},
     {"POINT1", "NAME=value", "POINT|POINT1", false},
     {"POINT2", "NAME=value", "POINT|POINT2", false},
-    {"POLAR", "NAME", "POLAR", false},
+    {"POLAR", "NAME,NAME=(args),NAME=value", "POLAR", false},
     {"POTWRT", "NAME", "POTWRT", false},
     {"POWSQ", "NAME", "", false},
     {"PRECISE", "NAME", "PRECISE", false},
@@ -228,7 +229,7 @@ const KeywordInfo keyword_table[] = {
     {"RAPID", "NAME", "RAPID", false},
     {"RECALC", "NAME=value", "RECALC", false},
     {"RE-LOCAL", "NAME,NAME=value", "RE-LOCAL", false},
-    {"RELSCF", "NAME", "RELSCF", false},
+    {"RELSCF", "NAME,NAME=value", "RELSCF", false},
     {"REORTHOG", "NAME", "REORTH", false},
     {"RESEQ", "NAME", "RESEQ", false},
     {"RESIDUES", "NAME", "RESI", false},
@@ -241,12 +242,12 @@ const KeywordInfo keyword_table[] = {
     {"RSCAL", "NAME", "RSCAL", false},
     {"RSOLV", "NAME=value", "RSOLV", false},
     {"SADDLE", "NAME", "SADDLE", false},
-    {"SCALE", "NAME", "SCALE", false},
+    {"SCALE", "NAME,NAME=value", "SCALE", false},
     {"SCFCRT", "NAME=value", "SCFCRT", false},
     {"SCINCR", "NAME=value", "SCINCR", false},
     {"SEPTET", "NAME", "SEPT", false},
     {"SETPI", "NAME,NAME=value", "SETPI", false},
-    {"SETUP", "NAME", "SETUP", false},
+    {"SETUP", "NAME,NAME=value", "SETUP", false},
     {"SEXTET", "NAME", "SEXT", false},
     {"SHIFT", "NAME=value", "SHIFT", false},
     {"SHUT", "NAME", "", false},
@@ -254,14 +255,14 @@ const KeywordInfo keyword_table[] = {
     {"SINGLET", "NAME", "SING", false},
     {"SITE", "NAME=(args)", "SITE", false},
     {"SLOG", "NAME,NAME=value", "SLOG|SLOG=", false},
-    {"SLOPE", "NAME", "SLOPE", false},
+    {"SLOPE", "NAME,NAME=value", "SLOPE", false},
     {"SMOOTH", "NAME", "SMOOTH", false},
     {"SNAP", "NAME", "SNAP", false},
     {"SPARKLE", "NAME", "SPARKL", false},
     {"SPIN", "NAME", "SPIN", false},
     {"START_RES", "NAME(args)", "START_RES", false},
     {"STATIC", "NAME", "STATIC", false},
-    {"STEP", "NAME", "STEP=", false},
+    {"STEP", "NAME,NAME=value", "STEP=", false},
     {"STEP1", "NAME=value", "STEP1", false},
     {"STEP2", "NAME=value", "STEP2", false},
     {"STO3G", "NAME", "STO3G", false},
@@ -283,13 +284,13 @@ const KeywordInfo keyword_table[] = {
     {"UHF", "NAME", "UHF", false},
     {"VDW", "NAME(args)", "VDW", false},
     {"VDWM", "NAME(args)", "VDW", false},
-    {"VECTORS", "NAME", "VEC", false},
+    {"VECTORS", "NAME,NAME=(args),NAME(args)", "VEC", false},
     {"VELOCITY", "NAME", "VELO", false},
     {"WRTCI", "NAME=value", "", false},
     {"WRTCONF", "NAME=value", "", false},
     {"WILLIAMS", "NAME", "WILLIA", false},
     {"X-PRIORITY", "NAME=value", "X-PRIO", false},
-    {"XENO", "NAME", "XENO", false},
+    {"XENO", "NAME,NAME=(args)", "XENO", false},
     {"XYZ", "NAME", "XYZ", false},
     {"Z", "NAME=value", "Z=", false},
     {"ZERO", "NAME", "ZERO", false},
@@ -361,8 +362,37 @@ const KeywordInfo keyword_table[] = {
     {"", "", "USER", false},
     {"", "", "MEP=", false},
 };
-
 const std::size_t keyword_table_size = sizeof keyword_table / sizeof keyword_table[0];
+
+const MethodName method_names[] = {
+    {"AM1", "AM1"},
+    {"INDO", "INDO"},
+    {"MNDO", "MNDO"},
+    {"MNDOD", "MNDOD"},
+    {"PM3", "PM3"},
+    {"PM6", "PM6"},
+    {"PM6-D3", "PM6-D3"},
+    {"PM6-DH+", "PM6-DH+"},
+    {"PM6-DH2", "PM6-DH2"},
+    {"PM6-DH2X", "PM6-DH2X"},
+    {"PM6-D3H4", "PM6-D3H4"},
+    {"PM6-D3H4X", "PM6-D3H4X"},
+    {"PM6-ORG", "PM6-ORG"},
+    {"PM7", "PM7"},
+    {"PM7-TS", "PM7-TS"},
+    {"RM1", "RM1"},
+    {"PM8", "PM8"},
+    {"PM5", "PM7"},
+    {"MINDO3", ""},
+    {"MNDO-D", ""},
+};
+const std::size_t method_names_size = sizeof method_names / sizeof method_names[0];
+
+const char* const spin_state_names[] = {"SINGLET", "DOUBLET", "TRIPLET", "QUARTET", "QUINTET", "SEXTET", "SEPTET", "OCTET", "NONET"};
+const std::size_t spin_state_names_size = sizeof spin_state_names / sizeof spin_state_names[0];
+
+const char* const active_space_names[] = {"C.I.", "OPEN", "C.A.S.", "C.I.D.", "MRCI", "CIS", "CISD", "CISDT"};
+const std::size_t active_space_names_size = sizeof active_space_names / sizeof active_space_names[0];
 
 const MethodElements method_elements[] = {
     {"AM1", "yyyyyyyyyyyyyyyyyyyynnnnnnnnnyyyyyyyyynnnynnnnnnyyyyyyyyyyyyyyyyyyyyyyynnnnnnnnyyyynnnnnnnnnnnnnn"},
@@ -383,7 +413,6 @@ const MethodElements method_elements[] = {
     {"RM1", "ynnnnyyyynnnnnyyynnnnnnnnnnnnnnnnnynnnnnnnnnnnnnnnnnynnnyyyyyyyyyyyyyyynnnnnnnnnnnnnnnnnnnnnnnnnn"},
     {"PM8", "nnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnn"},
 };
-
 const std::size_t method_elements_size = sizeof method_elements / sizeof method_elements[0];
 
 }  // namespace vesk::input::mopac::detail

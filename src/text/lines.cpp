@@ -1,5 +1,5 @@
 // The parser's line cursor: lines as views into the text, cut at LF.
-#include "parser/reader.hpp"
+#include "text/lines.hpp"
 
 #include <cstring>
 #include <string>
