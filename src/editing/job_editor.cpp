@@ -1,8 +1,8 @@
-// JobEditor: keyword, title and description edits made as byte splices in
-// the lines MOPAC reads them from, checked by reading the result again.
+// JobEditor: each edit is recorded in the plan against the words MOPAC reads
+// (nothing is read again), and apply() turns the plan into the edited text
+// in one pass, reads that once and proves it before it takes its place.
 #include "vesk/input/mopac/job_editor.hpp"
 
-#include <algorithm>
 #include <cstddef>
 #include <functional>
 #include <stdexcept>
@@ -11,9 +11,11 @@
 #include <utility>
 #include <vector>
 
-#include "text/bytes.hpp"
-#include "text/keyword_scan.hpp"
 #include "document/number_format.hpp"
+#include "editing/job_plan.hpp"
+#include "mopac/tables.hpp"
+#include "text/continuation.hpp"
+#include "text/keyword_scan.hpp"
 #include "vesk/core/fs.hpp"
 #include "vesk/input/mopac/catalogue.hpp"
 #include "vesk/input/mopac/document.hpp"
@@ -21,375 +23,299 @@
 namespace vesk::input::mopac {
 namespace {
 
-// One change of a line: bytes [begin, end) of its text become `text`.
-struct Splice {
-    std::size_t line;  // index into the job's lines
-    std::size_t begin;
-    std::size_t end;
-    std::string text;
-};
+using detail::PlannedJob;
+using detail::WordRef;
+using Place = detail::WordRef::Place;
 
-// The keywords of one job as an edit sees them: MOPAC's words and, for
-// each, whether it still stands and what replaces it.
-struct Word {
-    const JobKeyword* keyword;
-    bool removed = false;
-    std::optional<std::string> replacement;
-};
-
-class Plan;
-using JobEdit = std::function<void(Plan&)>;
+// One edit of one job: changes `plan`, with the job's reading at hand.
+using JobEdit = std::function<void(const MopacJob& job, std::size_t k, PlannedJob& plan)>;
 
 [[noreturn]] void refuse(const std::string& what) { throw std::invalid_argument(what); }
-void check_word(std::string_view word, const char* what);
-bool is_mark(char c) noexcept { return c == '+' || c == '&'; }
-std::string mopac_text(std::string_view word);
-std::string squeezed(std::string_view text);
+std::string checked_word(std::string_view word, const char* what);
+std::size_t text_hash(std::string_view text) { return std::hash<std::string_view>()(text); }
 
-// The changes to the keywords of one job, and the words MOPAC must read
-// from the edited lines.
-class Plan {
-public:
-    Plan(const MopacJob& job, std::size_t index) : job_(job), index_(index) {
-        for (const JobKeyword& keyword : job.jobs()[index].keywords) words_.push_back({&keyword, false, std::nullopt});
+// The standing words of a job whose name (normalize_keyword_name) passes `test`.
+template <class Test>
+std::vector<WordRef> words_where(const MopacJob& job, std::size_t k, const PlannedJob& plan, Test&& test) {
+    std::vector<WordRef> found;
+    for (const WordRef word : detail::live_words(plan)) {
+        if (test(normalize_keyword_name(detail::planned_text(job, k, plan, word)))) found.push_back(word);
     }
+    return found;
+}
 
-    std::vector<Word>& words() { return words_; }
+std::vector<WordRef> words_named(const MopacJob& job, std::size_t k, const PlannedJob& plan, std::string_view name) {
+    return words_where(job, k, plan, [name](const std::string& found) { return found == name; });
+}
 
-    /// Words of a name (normalize_keyword_name), in order.
-    std::vector<Word*> named(std::string_view name) {
-        std::vector<Word*> found;
-        for (Word& word : words_) {
-            if (!word.removed && detail::keyword_name_equals(word.keyword->text, name)) found.push_back(&word);
-        }
-        return found;
+// A keyword of the file can be changed in place only where it stands whole
+// in one line: "++" may split a word over two.
+void require_whole(const MopacJob& job, std::size_t k, WordRef word) {
+    if (word.place != Place::original) return;
+    const JobKeyword& keyword = job.jobs()[k].keywords[word.index];
+    if (detail::written_keyword(job, keyword).empty()) {
+        refuse("MOPAC keyword " + keyword.text + " is split over two lines by ++");
     }
-    std::vector<Word*> matching(bool (*test)(std::string_view name)) {
-        std::vector<Word*> found;
-        for (Word& word : words_) {
-            if (!word.removed && test(normalize_keyword_name(word.keyword->text))) found.push_back(&word);
-        }
-        return found;
-    }
+}
 
-    /// The word as written in the file; empty when "++" split it over lines.
-    std::string_view written(const Word& word) const {
-        const JobKeyword& keyword = *word.keyword;
-        if (keyword.line == 0) return {};
-        const std::string_view text = job_.line_text(keyword.line).substr(keyword.column - 1, keyword.length);
-        return squeezed(mopac_text(text)) == squeezed(keyword.text) ? text : std::string_view();
+void remove(const MopacJob& job, std::size_t k, PlannedJob& plan, WordRef word) {
+    require_whole(job, k, word);
+    switch (word.place) {
+        case Place::front: plan.front[word.index].removed = true; break;
+        case Place::back: plan.back[word.index].removed = true; break;
+        case Place::original: plan.originals[word.index].removed = true; break;
     }
+}
 
-    void remove(Word& word) {
-        if (written(word).empty()) refuse("MOPAC keyword " + word.keyword->text + " is split over two lines by ++");
-        word.removed = true;
+void replace(const MopacJob& job, std::size_t k, PlannedJob& plan, WordRef word, std::string text) {
+    require_whole(job, k, word);
+    switch (word.place) {
+        case Place::front: plan.front[word.index].text = std::move(text); break;
+        case Place::back: plan.back[word.index].text = std::move(text); break;
+        case Place::original: plan.originals[word.index].replacement = std::move(text); break;
     }
-    void replace(Word& word, std::string text) {
-        if (written(word).empty()) refuse("MOPAC keyword " + word.keyword->text + " is split over two lines by ++");
-        word.replacement = std::move(text);
-    }
-    void append(std::string text) { appended_.push_back(std::move(text)); }
-    void prepend(std::string text) { prepended_.push_back(std::move(text)); }
+}
 
-    /// The splices of this plan, and the words MOPAC should read afterwards.
-    void finish(std::vector<Splice>& splices, std::vector<std::string>& expected) const;
+// The first of `found` becomes `text`, the others go; with none, `text` is
+// appended (or put in front).
+void put_first(const MopacJob& job, std::size_t k, PlannedJob& plan, const std::vector<WordRef>& found,
+               std::string text, bool in_front = false) {
+    if (found.empty()) {
+        (in_front ? plan.front : plan.back).push_back({std::move(text), false});
+        return;
+    }
+    replace(job, k, plan, found[0], std::move(text));
+    for (std::size_t i = 1; i < found.size(); ++i) remove(job, k, plan, found[i]);
+}
 
-private:
-    const MopacJob& job_;
-    std::size_t index_;
-    std::vector<Word> words_;
-    std::vector<std::string> appended_;
-    std::vector<std::string> prepended_;
-};
+// NAME=value keeping the file's spelling of everything up to the value;
+// the name as the file spells it when there is no value.
+std::string with_value(std::string_view written, std::string_view name, const std::string* value) {
+    if (written.empty()) return value ? std::string(name) + "=" + *value : std::string(name);
+    const std::size_t equals = written.find('=');
+    if (!value) return std::string(written.substr(0, written.find_first_of("=(")));
+    if (equals == std::string_view::npos) return std::string(detail::keyword_name_part(written)) + "=" + *value;
+    std::size_t start = equals + 1;
+    while (start < written.size() && (written[start] == ' ' || written[start] == '\t')) ++start;
+    return std::string(written.substr(0, start)) + *value;
+}
 
-void Plan::finish(std::vector<Splice>& splices, std::vector<std::string>& expected) const {
-    for (const std::string& text : prepended_) expected.push_back(mopac_text(text));
-    for (const Word& word : words_) {
-        if (word.removed) continue;
-        expected.push_back(word.replacement ? mopac_text(*word.replacement) : word.keyword->text);
-    }
-    for (const std::string& text : appended_) expected.push_back(mopac_text(text));
-
-    for (const Word& word : words_) {
-        if (!word.removed && !word.replacement) continue;
-        const JobKeyword& keyword = *word.keyword;
-        const std::size_t line = keyword.line - 1;
-        std::size_t begin = keyword.column - 1;
-        std::size_t end = begin + keyword.length;
-        if (word.replacement) {
-            splices.push_back({line, begin, end, *word.replacement});
-            continue;
-        }
-        // A removed word takes the blanks in front of it with it, or, first
-        // on its line, those behind it, unless a mark follows them.
-        const std::string_view text = job_.line_text(line + 1);
-        std::size_t before = begin;
-        while (before > 0 && (text[before - 1] == ' ' || text[before - 1] == '\t')) --before;
-        std::size_t after = end;
-        while (after < text.size() && (text[after] == ' ' || text[after] == '\t')) ++after;
-        if (before > 0) {
-            begin = before;
-        } else if (after == text.size() || !is_mark(text[after])) {
-            end = after;
-        }
-        splices.push_back({line, begin, end, {}});
-    }
-
-    const Job& current = job_.jobs()[index_];
-    std::size_t first_line = current.first_keyword_line - 1;
-    std::size_t last_line = first_line;
-    for (std::size_t i = first_line; i < job_.lines().size() && job_.lines()[i].job == index_; ++i) {
-        if (job_.lines()[i].role == LineRole::keywords) last_line = i;
-    }
-    if (!prepended_.empty()) {
-        const std::string_view text = job_.line_text(first_line + 1);
-        const std::size_t at = std::min(text.find_first_not_of(" \t"), text.size());
-        std::string inserted;
-        for (const std::string& word : prepended_) inserted += word + " ";
-        if (at == text.size()) inserted.pop_back();
-        splices.push_back({first_line, at, at, std::move(inserted)});
-    }
-    if (!appended_.empty()) {
-        const std::string_view text = job_.line_text(last_line + 1);
-        const std::size_t last = text.find_last_not_of(" \t");
-        const std::size_t at = last == std::string_view::npos ? 0 : last + 1;
-        std::string inserted;
-        for (const std::string& word : appended_) inserted += (at == 0 && inserted.empty() ? "" : " ") + word;
-        splices.push_back({last_line, at, at, std::move(inserted)});
-    }
+// What a keyword word asks for, to be found again in the result.
+void ask_word(PlannedJob& plan, std::string_view word) {
+    const std::string name = normalize_keyword_name(word);
+    const std::string text = detail::mopac_word(word);
+    plan.asked.present.push_back(text);
+    if (name == "CHARGE") plan.asked.charge = std::string(detail::keyword_value_part(text));
+    if (is_mopac_method(name)) plan.asked.method = name;
 }
 
 }  // namespace
 
-JobEditor::JobEditor(MopacJob job) : job_(std::move(job)) {}
+EditRefused::EditRefused(const std::string& what) : std::invalid_argument(what) {}
 
-JobEditor::JobEditor(std::string text, const ReadOptions& options) : job_(read_job(std::move(text), options)) {}
+JobEditor::JobEditor(MopacJob job) : job_(std::move(job)), original_hash_(text_hash(job_.text())) {}
+
+JobEditor::JobEditor(std::string text, const ReadOptions& options)
+    : JobEditor(read_job(std::move(text), options)) {}
+
+JobEditor::JobEditor(const JobEditor& other)
+    : job_(other.job_),
+      original_hash_(other.original_hash_),
+      allow_new_errors_(other.allow_new_errors_),
+      plan_(other.plan_ ? std::make_unique<Plan>(*other.plan_) : nullptr) {}
+JobEditor::JobEditor(JobEditor&& other) noexcept = default;
+JobEditor& JobEditor::operator=(const JobEditor& other) {
+    if (this != &other) *this = JobEditor(other);
+    return *this;
+}
+JobEditor& JobEditor::operator=(JobEditor&& other) noexcept = default;
+JobEditor::~JobEditor() = default;
+
+JobEditor::Plan& JobEditor::plan() {
+    if (!plan_) plan_ = std::make_unique<Plan>(job_);
+    return *plan_;
+}
+
+bool JobEditor::pending() const noexcept { return plan_ != nullptr; }
+
+void JobEditor::allow_new_errors(bool allow) noexcept { allow_new_errors_ = allow; }
+
+void JobEditor::apply() {
+    if (!plan_) return;
+    std::unique_ptr<Plan> plan = std::move(plan_);  // dropped whatever the proof says
+    MopacJob edited = read_job(detail::build_edited_text(job_, *plan), job_.options());
+    const std::string difference = detail::edit_difference(job_, edited, *plan, allow_new_errors_);
+    if (!difference.empty()) throw EditRefused(difference);
+    job_ = std::move(edited);
+}
+
+const MopacJob& JobEditor::job() {
+    apply();
+    return job_;
+}
+
+const std::string& JobEditor::text() {
+    apply();
+    return job_.text();
+}
+
+bool JobEditor::changed() {
+    apply();
+    return text_hash(job_.text()) != original_hash_;
+}
 
 namespace {
 
-// Applies `edit` to the chosen jobs, splices the text, reads it again and
-// keeps it only if MOPAC reads every line as before and the words asked for.
-MopacJob apply(const MopacJob& job, std::size_t which, const JobEdit& edit) {
+// Records `edit` for the chosen jobs on a copy of the plan, which takes the
+// place of the plan only when every job took the edit.
+void record(const MopacJob& job, std::unique_ptr<JobEditor::Plan>& current, std::size_t which, const JobEdit& edit) {
     if (which != JobEditor::every_job && which >= job.jobs().size()) {
         throw std::out_of_range("MOPAC input has no job " + std::to_string(which + 1));
     }
-    std::vector<Splice> splices;
-    std::vector<std::vector<std::string>> expected(job.jobs().size());
+    JobEditor::Plan plan = current ? *current : JobEditor::Plan(job);
     for (std::size_t k = 0; k < job.jobs().size(); ++k) {
         if (which != JobEditor::every_job && which != k) continue;
         if (job.jobs()[k].source == GeometrySource::data_pointer) {
             refuse("MOPAC reads the keywords of this input from the file named by DATA=");
         }
-        Plan plan(job, k);
-        edit(plan);
-        plan.finish(splices, expected[k]);
+        plan.jobs[k].touched = true;
+        edit(job, k, plan.jobs[k]);
     }
-    // Right to left, so that earlier offsets stay true; touching removals merge.
-    std::sort(splices.begin(), splices.end(), [](const Splice& a, const Splice& b) {
-        return a.line != b.line ? a.line > b.line : a.begin != b.begin ? a.begin > b.begin : a.end > b.end;
-    });
-    std::string text = job.text();
-    for (std::size_t i = 0; i < splices.size(); ++i) {
-        Splice& splice = splices[i];
-        if (i > 0 && splices[i - 1].line == splice.line && splices[i - 1].begin < splice.end) {
-            splice.end = splices[i - 1].begin;  // already removed from the one to its right
-            if (splice.begin > splice.end) splice.begin = splice.end;
-        }
-        const JobLine& line = job.lines()[splice.line];
-        text.replace(line.offset + splice.begin, splice.end - splice.begin, splice.text);
-    }
-
-    MopacJob edited = read_job(std::move(text), job.options());
-    if (edited.lines().size() != job.lines().size()) refuse("MOPAC would read the edited lines otherwise");
-    for (std::size_t i = 0; i < job.lines().size(); ++i) {
-        if (edited.lines()[i].role != job.lines()[i].role || edited.lines()[i].job != job.lines()[i].job) {
-            refuse("MOPAC would read line " + std::to_string(i + 1) + " otherwise after this edit");
-        }
-        if (edited.lines()[i].role == LineRole::keywords && edited.lines()[i].length > 2000 &&
-            job.lines()[i].length <= 2000) {
-            throw std::length_error("MOPAC keywords would not fit in the keyword lines MOPAC reads (line " +
-                                    std::to_string(i + 1) + " beyond 2000 bytes)");
-        }
-    }
-    for (std::size_t k = 0; k < job.jobs().size(); ++k) {
-        std::vector<std::string> found;
-        for (const JobKeyword& keyword : edited.jobs()[k].keywords) found.push_back(keyword.text);
-        const bool edited_job = which == JobEditor::every_job || which == k;
-        const std::vector<std::string>& want = edited_job ? expected[k] : std::vector<std::string>();
-        std::vector<std::string> before;
-        for (const JobKeyword& keyword : job.jobs()[k].keywords) before.push_back(keyword.text);
-        if (found != (edited_job ? want : before)) {
-            std::size_t limit = 0;
-            for (const std::string& word : found) limit += word.size() + 1;
-            if (limit > 3000) {
-                throw std::length_error("MOPAC keywords of job " + std::to_string(k + 1) +
-                                        " would be longer than the 3000 bytes MOPAC keeps");
-            }
-            refuse("MOPAC would read the keywords of job " + std::to_string(k + 1) + " otherwise after this edit");
-        }
-    }
-    return edited;
-}
-
-bool is_spin_name(std::string_view name) {
-    return name == "MS" || name == "BIRADICAL" || spin_state_multiplicity(name) != 0;
-}
-
-bool is_active_space(std::string_view name) {
-    return name == "C.I." || name == "OPEN" || name == "C.A.S." || name == "C.I.D." || name == "MRCI";
-}
-
-bool is_method_name(std::string_view name) { return is_mopac_method(name); }
-
-// The name as the file spells it, and NAME=value keeping the file's spelling
-// of everything up to the value.
-std::string with_value(std::string_view written, std::string_view name, std::optional<std::string_view> value) {
-    const std::size_t equals = written.find('=');
-    if (!value) return std::string(written.substr(0, written.find_first_of("=(")));
-    if (equals == std::string_view::npos) return std::string(name) + "=" + std::string(*value);
-    std::size_t start = equals + 1;
-    while (start < written.size() && (written[start] == ' ' || written[start] == '\t')) ++start;
-    return std::string(written.substr(0, start)) + std::string(*value);
-}
-
-// Sets one keyword: in the place of the first of its name, the others removed.
-void set_word(Plan& plan, std::string_view name, std::string_view call_name, std::optional<std::string_view> value) {
-    const std::vector<Word*> found = plan.named(name);
-    if (found.empty()) {
-        plan.append(value ? std::string(call_name) + "=" + std::string(*value) : std::string(call_name));
-        return;
-    }
-    plan.replace(*found[0], with_value(plan.written(*found[0]), call_name, value));
-    for (std::size_t i = 1; i < found.size(); ++i) plan.remove(*found[i]);
+    current = std::make_unique<JobEditor::Plan>(std::move(plan));
 }
 
 }  // namespace
 
-void JobEditor::set_method(std::string_view method, std::size_t job) {
-    check_word(method, "method");
-    const std::string text(detail::trim_space(method));
-    job_ = apply(job_, job, [&text](Plan& plan) {
-        const std::vector<Word*> methods = plan.matching(is_method_name);
-        if (methods.empty()) {
-            plan.prepend(text);
-            return;
-        }
-        plan.replace(*methods[0], text);
-        for (std::size_t i = 1; i < methods.size(); ++i) plan.remove(*methods[i]);
+void JobEditor::set_method(std::string_view method, std::size_t which) {
+    const std::string text = checked_word(method, "method");
+    record(job_, plan_, which, [&text](const MopacJob& job, std::size_t k, PlannedJob& plan) {
+        const auto is_method = [](const std::string& name) { return is_mopac_method(name); };
+        put_first(job, k, plan, words_where(job, k, plan, is_method), text, true);
+        plan.asked.method = normalize_keyword_name(text);
     });
 }
 
-void JobEditor::set_charge(int charge, std::size_t job) {
+void JobEditor::set_charge(int charge, std::size_t which) {
     std::string value;
     detail::append_integer(value, charge);
-    job_ = apply(job_, job, [&value](Plan& plan) { set_word(plan, "CHARGE", "CHARGE", value); });
+    record(job_, plan_, which, [&value](const MopacJob& job, std::size_t k, PlannedJob& plan) {
+        const std::vector<WordRef> found = words_named(job, k, plan, "CHARGE");
+        const std::string written = found.empty() ? std::string() : std::string(detail::planned_text(job, k, plan, found[0]));
+        put_first(job, k, plan, found, with_value(written, "CHARGE", &value));
+        plan.asked.charge = value;
+    });
 }
 
-void JobEditor::set_multiplicity(unsigned int multiplicity, std::size_t job) {
+void JobEditor::set_multiplicity(unsigned int multiplicity, std::size_t which) {
     if (multiplicity == 0) refuse("MOPAC multiplicity must be positive");
     std::string ms = "MS=";
     detail::append_number(ms, (static_cast<double>(multiplicity) - 1.0) * 0.5);
-    static constexpr const char* names[] = {"SINGLET", "DOUBLET", "TRIPLET", "QUARTET", "QUINTET",
-                                            "SEXTET",  "SEPTET",  "OCTET",   "NONET"};
-    job_ = apply(job_, job, [&ms, multiplicity](Plan& plan) {
+    record(job_, plan_, which, [&ms, multiplicity](const MopacJob& job, std::size_t k, PlannedJob& plan) {
         // A file that names its spin state gets a name again, where one exists.
-        const std::vector<Word*> spins = plan.matching(is_spin_name);
-        if (spins.empty()) {
-            plan.append(ms);
-        } else {
-            const bool named = spin_state_multiplicity(normalize_keyword_name(spins[0]->keyword->text)) != 0;
-            plan.replace(*spins[0], named && multiplicity <= 9 ? names[multiplicity - 1] : ms);
-            for (std::size_t i = 1; i < spins.size(); ++i) plan.remove(*spins[i]);
-        }
+        const std::vector<WordRef> spins = words_where(job, k, plan, detail::is_spin_keyword);
+        const bool named = !spins.empty() &&
+                           spin_state_multiplicity(normalize_keyword_name(detail::planned_text(job, k, plan, spins[0]))) != 0;
+        const bool by_name = named && multiplicity <= detail::spin_state_names_size;
+        put_first(job, k, plan, spins, by_name ? detail::spin_state_names[multiplicity - 1] : ms);
+        plan.asked.multiplicity = multiplicity;
         // Open shells need UHF, unless an active space lets RHF treat them.
-        if (multiplicity == 1 || !plan.matching(is_active_space).empty() || !plan.named("UHF").empty()) return;
-        const std::vector<Word*> rhf = plan.named("RHF");
-        if (rhf.empty()) {
-            plan.append("UHF");
-        } else {
-            plan.replace(*rhf[0], "UHF");
-            for (std::size_t i = 1; i < rhf.size(); ++i) plan.remove(*rhf[i]);
+        const auto active = [](const std::string& name) { return is_active_space_keyword(name); };
+        if (multiplicity == 1 || !words_where(job, k, plan, active).empty() ||
+            !words_named(job, k, plan, "UHF").empty()) {
+            return;
         }
+        put_first(job, k, plan, words_named(job, k, plan, "RHF"), "UHF");
     });
 }
 
-void JobEditor::set_auxiliary_output(int precision, bool include_xp_xs_xw, std::size_t job) {
+void JobEditor::set_auxiliary_output(int precision, bool include_xp_xs_xw, std::size_t which) {
     if (static_cast<unsigned int>(precision) > 18U) refuse("MOPAC AUX precision must be between 0 and 18");
-    std::string setting = "PRECISION=";
-    detail::append_integer(setting, precision);
-    job_ = apply(job_, job, [&setting, include_xp_xs_xw](Plan& plan) {
-        const std::vector<Word*> found = plan.named("AUX");
+    std::string value;
+    detail::append_integer(value, precision);
+    record(job_, plan_, which, [&](const MopacJob& job, std::size_t k, PlannedJob& plan) {
+        const std::vector<WordRef> found = words_named(job, k, plan, "AUX");
         // The options of the first AUX keyword stay, PRECISION set among them.
         std::vector<std::string> options;
         std::string head = "AUX";
         if (!found.empty()) {
-            const std::string_view written = plan.written(*found[0]);
+            const std::string_view written = detail::planned_text(job, k, plan, found[0]);
             const std::size_t open = written.find('(');
-            head = std::string(written.substr(0, std::min(open, written.find('='))));
+            head = std::string(detail::keyword_name_part(written));
             if (open != std::string_view::npos) {
                 std::string_view inside = written.substr(open + 1);
                 if (!inside.empty() && inside.back() == ')') inside.remove_suffix(1);
-                while (!inside.empty()) {
-                    const std::size_t comma = inside.find(',');
-                    options.emplace_back(detail::trim_space(inside.substr(0, comma)));
-                    inside = comma == std::string_view::npos ? std::string_view() : inside.substr(comma + 1);
-                }
+                detail::for_each_list_item(inside, [&options](std::string_view item) {
+                    if (!item.empty()) options.emplace_back(item);
+                });
             }
         }
         bool placed = false;
         for (std::string& option : options) {
-            if (detail::keyword_name_equals(option, "PRECISION")) {
-                const std::size_t equals = option.find('=');
-                option = (equals == std::string::npos ? setting.substr(0, setting.find('=') + 1)
-                                                      : option.substr(0, equals + 1)) +
-                         setting.substr(setting.find('=') + 1);
-                placed = true;
-            }
+            if (!detail::keyword_name_equals(option, "PRECISION")) continue;
+            const std::size_t equals = option.find('=');
+            option = (equals == std::string::npos ? std::string("PRECISION=") : option.substr(0, equals + 1)) + value;
+            placed = true;
         }
-        if (!placed) options.push_back(setting);
-        if (include_xp_xs_xw) {
-            for (const char* extra : {"XP", "XS", "XW"}) {
-                bool present = false;
-                for (const std::string& option : options) present = present || normalize_keyword_name(option) == extra;
-                if (!present) options.emplace_back(extra);
-            }
+        if (!placed) options.push_back("PRECISION=" + value);
+        for (const char* extra : {"XP", "XS", "XW"}) {
+            if (!include_xp_xs_xw) break;
+            bool present = false;
+            for (const std::string& option : options) present = present || normalize_keyword_name(option) == extra;
+            if (!present) options.emplace_back(extra);
         }
         std::string token = head + "(";
         for (std::size_t i = 0; i < options.size(); ++i) token += (i == 0 ? "" : ",") + options[i];
-        token += ")";
-        if (found.empty()) {
-            plan.append(token);
-            return;
-        }
-        plan.replace(*found[0], token);
-        for (std::size_t i = 1; i < found.size(); ++i) plan.remove(*found[i]);
+        put_first(job, k, plan, found, token + ")");
+        plan.asked.aux_precision = precision;
+        plan.asked.aux_extras = include_xp_xs_xw;
+        plan.asked.aux_cleared = false;
     });
 }
 
-bool JobEditor::clear_auxiliary_output(std::size_t job) { return remove_keyword("AUX", job); }
-
-void JobEditor::set_keyword(std::string_view name, std::optional<std::string_view> value, std::size_t job) {
-    check_word(name, "keyword name");
-    if (value) check_word(*value, "keyword value");
-    const std::string key = normalize_keyword_name(name);
-    const std::string call_name(detail::trim_space(name));
-    job_ = apply(job_, job, [&](Plan& plan) { set_word(plan, key, call_name, value); });
-}
-
-void JobEditor::add_keyword(std::string_view keyword, std::size_t job) {
-    check_word(keyword, "keyword");
-    const std::string text(detail::trim_space(keyword));
-    job_ = apply(job_, job, [&text](Plan& plan) { plan.append(text); });
-}
-
-bool JobEditor::remove_keyword(std::string_view name, std::size_t job) {
-    const std::string key = normalize_keyword_name(name);
+bool JobEditor::clear_auxiliary_output(std::size_t which) {
     bool removed = false;
-    job_ = apply(job_, job, [&](Plan& plan) {
-        for (Word* word : plan.named(key)) {
-            plan.remove(*word);
+    record(job_, plan_, which, [&removed](const MopacJob& job, std::size_t k, PlannedJob& plan) {
+        for (const WordRef word : words_named(job, k, plan, "AUX")) {
+            remove(job, k, plan, word);
             removed = true;
         }
+        plan.asked.aux_cleared = true;
+        plan.asked.aux_precision.reset();
+    });
+    return removed;
+}
+
+void JobEditor::set_keyword(std::string_view name, std::optional<std::string_view> value, std::size_t which) {
+    const std::string call_name = checked_word(name, "keyword name");
+    std::string checked_value;
+    if (value) checked_value = checked_word(*value, "keyword value");
+    const std::string key = normalize_keyword_name(name);
+    record(job_, plan_, which, [&](const MopacJob& job, std::size_t k, PlannedJob& plan) {
+        const std::vector<WordRef> found = words_named(job, k, plan, key);
+        const std::string written = found.empty() ? std::string() : std::string(detail::planned_text(job, k, plan, found[0]));
+        std::string word = with_value(written, call_name, value ? &checked_value : nullptr);
+        ask_word(plan, word);
+        put_first(job, k, plan, found, std::move(word));
+    });
+}
+
+void JobEditor::add_keyword(std::string_view keyword, std::size_t which) {
+    const std::string text = checked_word(keyword, "keyword");
+    record(job_, plan_, which, [&text](const MopacJob&, std::size_t, PlannedJob& plan) {
+        plan.back.push_back({text, false});
+        ask_word(plan, text);
+    });
+}
+
+bool JobEditor::remove_keyword(std::string_view name, std::size_t which) {
+    const std::string key = normalize_keyword_name(name);
+    bool removed = false;
+    record(job_, plan_, which, [&](const MopacJob& job, std::size_t k, PlannedJob& plan) {
+        for (const WordRef word : words_named(job, k, plan, key)) {
+            remove(job, k, plan, word);
+            removed = true;
+        }
+        plan.asked.absent.push_back(key);
     });
     return removed;
 }
@@ -398,92 +324,69 @@ namespace {
 
 // A title or description line: one line MOPAC keeps, so no line break and
 // no '*' in front, which would make MOPAC drop it.
-void set_text_line(MopacJob& job, std::size_t which, std::string_view text, bool title) {
+void set_head_line(const MopacJob& job, std::unique_ptr<JobEditor::Plan>& current, std::size_t which,
+                   std::string_view text, bool title) {
     const char* what = title ? "title" : "description";
-    if (text.find_first_of("\r\n") != std::string_view::npos) refuse(std::string("MOPAC ") + what + " cannot hold a line break");
-    if (!text.empty() && text[0] == '*') refuse(std::string("MOPAC drops a ") + what + " that starts with '*'");
+    const std::string problem = head_line_problem(text);
+    if (!problem.empty()) refuse(std::string("MOPAC ") + what + " " + problem);
     if (which >= job.jobs().size()) throw std::out_of_range("MOPAC input has no job " + std::to_string(which + 1));
     const JobText& line = title ? job.jobs()[which].title : job.jobs()[which].description;
     if (line.line == 0) refuse(std::string("MOPAC reads no ") + what + " line in this job");
-    const JobLine& target = job.lines()[line.line - 1];
-    std::string edited = job.text();
-    edited.replace(target.offset, target.length, text);
-    MopacJob next = read_job(std::move(edited), job.options());
-    for (std::size_t i = 0; i < job.lines().size(); ++i) {
-        if (next.lines().size() != job.lines().size() || next.lines()[i].role != job.lines()[i].role) {
-            refuse(std::string("MOPAC would read the input otherwise with this ") + what);
-        }
-    }
-    job = std::move(next);
+    record(job, current, which, [&](const MopacJob&, std::size_t, PlannedJob& plan) {
+        (title ? plan.asked.title : plan.asked.description) = std::string(text);
+    });
 }
 
 }  // namespace
 
-void JobEditor::set_title(std::string_view title, std::size_t job) { set_text_line(job_, job, title, true); }
+void JobEditor::set_title(std::string_view title, std::size_t which) { set_head_line(job_, plan_, which, title, true); }
 
-void JobEditor::set_description(std::string_view description, std::size_t job) {
-    set_text_line(job_, job, description, false);
+void JobEditor::set_description(std::string_view description, std::size_t which) {
+    set_head_line(job_, plan_, which, description, false);
 }
 
-void JobEditor::write_file(const std::string& path) const {
+void JobEditor::lay_out_keywords(unsigned long long width) {
+    Plan& current = plan();
+    current.layout_width = width;
+    for (detail::PlannedJob& planned : current.jobs) planned.touched = true;
+}
+
+void JobEditor::write_file(const std::string& path) {
+    apply();
     if (!vesk::core::fs::write_text_file_atomic(path, job_.text())) {
         throw std::runtime_error("failed to write MOPAC input file: " + path);
     }
 }
 
-namespace {
-
-// One keyword word as a caller gives it: something, without blanks or line
-// breaks, whose quotes and parentheses close, that starts no comment or
-// continuation. MOPAC would read anything else as more or other words.
-void check_word(std::string_view word, const char* what) {
+std::string keyword_word_problem(std::string_view word) {
     word = detail::trim_space(word);
-    const std::string name = std::string("MOPAC ") + what;
-    if (word.empty()) refuse(name + " is empty");
+    if (word.empty()) return "is empty";
     detail::KeywordNesting nesting;
     for (char c : word) {
-        if (c == '\n' || c == '\r') refuse(name + " cannot hold a line break");
-        if (nesting.splits(c)) refuse(name + " cannot hold a blank outside quotes or parentheses");
+        if (c == '\n' || c == '\r') return "cannot hold a line break";
+        if (nesting.splits(c)) return "cannot hold a blank outside quotes or parentheses";
     }
-    if (nesting.open()) refuse(name + " leaves a quote or parenthesis open");
-    if (word[0] == '+' || word[0] == '*' || word.find('&') != std::string_view::npos ||
-        word.find("++") != std::string_view::npos) {
-        refuse(name + " would read as a continuation mark or a comment");
+    if (nesting.open()) return "leaves a quote or parenthesis open";
+    if (word[0] == '*' || detail::mopac_reads_continuation(word)) {
+        return "would read as a continuation mark or a comment";
     }
+    return {};
 }
 
-// Without blanks and tabs: "MS = 1" -> "MS=1".
-std::string squeezed(std::string_view text) {
-    std::string kept;
-    for (char c : text) {
-        if (c != ' ' && c != '\t') kept.push_back(c);
-    }
-    return kept;
+std::string head_line_problem(std::string_view line) {
+    if (line.find_first_of("\r\n") != std::string_view::npos) return "cannot hold a line break";
+    if (!line.empty() && line[0] == '*') return "cannot start with '*': MOPAC drops such a line";
+    return {};
 }
 
-// A word as MOPAC keeps it: upper-cased, blanks around '=' closed up
-// ("charge = 1" -> "CHARGE=1"), GEO-DAT and GEO-REF spelt with '_'.
-std::string mopac_text(std::string_view word) {
-    std::string text;
-    char quote = 0;
-    for (std::size_t i = 0; i < word.size(); ++i) {
-        const char c = word[i];
-        if (quote == 0 && (c == ' ' || c == '\t')) {
-            const std::size_t next = word.find_first_not_of(" \t", i);
-            const bool by_equals = (!text.empty() && text.back() == '=') || (next != std::string_view::npos && word[next] == '=');
-            if (by_equals) continue;
-        }
-        if (quote != 0 && c == quote) {
-            quote = 0;
-        } else if (quote == 0 && (c == '\'' || c == '"')) {
-            quote = c;
-        }
-        text.push_back(detail::to_upper(c));
-    }
-    for (const char* spelt : {"GEO-DAT", "GEO-REF"}) {
-        if (text.compare(0, 7, spelt) == 0 && (text.size() == 7 || text[7] == '=')) text[3] = '_';
-    }
-    return text;
+namespace {
+
+// One keyword word as a caller gives it, trimmed; refused with the reason
+// MOPAC would read anything else as more or other words.
+std::string checked_word(std::string_view word, const char* what) {
+    const std::string problem = keyword_word_problem(word);
+    if (!problem.empty()) refuse(std::string("MOPAC ") + what + " " + problem);
+    return std::string(detail::trim_space(word));
 }
 
 }  // namespace

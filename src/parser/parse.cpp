@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "text/keyword_scan.hpp"
+#include "text/continuation.hpp"
 #include "document/number_format.hpp"
 #include "parser/coordinates.hpp"
 #include "text/lines.hpp"
@@ -76,12 +76,6 @@ ParseResult parse_file(const std::string& path) {
 // True when the line has a token that is exactly "+", with tokens cut as the
 // keyword queries cut them: quotes and parentheses hold blanks, so "(a + b)"
 // and "'a +" do not continue, while "PM7 + CHARGE=1" does.
-bool keyword_line_continues(std::string_view line) {
-    bool continues = false;
-    detail::for_each_keyword_token(line, [&continues](std::string_view token) {
-        continues = continues || detail::is_continuation_mark(token);
-    });
-    return continues;
-}
+bool keyword_line_continues(std::string_view line) { return detail::holds_plus_token(line); }
 
 }  // namespace vesk::input::mopac

@@ -99,4 +99,21 @@ constexpr std::string_view keyword_value_part(std::string_view token) noexcept {
     return {};
 }
 
+/// Calls `on_item(std::string_view)` for each comma-separated item of a
+/// value list, trimmed; commas inside nested parentheses belong to their item:
+/// "PRECISION=9, MOS=(-5,5), XP" -> "PRECISION=9", "MOS=(-5,5)", "XP".
+template <typename OnItem>
+void for_each_list_item(std::string_view list, OnItem&& on_item) {
+    long long depth = 0;
+    std::size_t start = 0;
+    for (std::size_t i = 0; i <= list.size(); ++i) {
+        if (i < list.size() && list[i] == '(') ++depth;
+        if (i < list.size() && list[i] == ')' && depth > 0) --depth;
+        if (i == list.size() || (list[i] == ',' && depth == 0)) {
+            on_item(trim_space(list.substr(start, i - start)));
+            start = i + 1;
+        }
+    }
+}
+
 }  // namespace vesk::input::mopac::detail

@@ -3,11 +3,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "core/temp_dir.hpp"
 #include "corpus.hpp"
 #include "vesk/input/mopac/catalogue.hpp"
 #include "vesk/input/mopac/document.hpp"
@@ -52,6 +54,7 @@ TEST(job_editor, changes_only_the_words_asked_for) {
     for (const EditCase& c : cases) {
         SCOPED_TRACE(c.before);
         JobEditor editor{std::string(c.before)};
+        editor.allow_new_errors();  // these few atoms have any number of electrons
         c.edit(editor);
         EXPECT_EQ(editor.text(), c.after);
         c.edit(editor);  // the same edit again changes nothing more
@@ -68,7 +71,7 @@ TEST(job_editor, changes_only_the_words_asked_for) {
 TEST(job_editor, refuses_what_mopac_would_read_otherwise_and_changes_nothing) {
     const std::pair<Edit, const char*> refusals[] = {
         {[](JobEditor& e) { e.set_title("a\nb"); }, "MOPAC title cannot hold a line break"},
-        {[](JobEditor& e) { e.set_description("* x"); }, "MOPAC drops a description that starts with '*'"},
+        {[](JobEditor& e) { e.set_description("* x"); }, "MOPAC description cannot start with '*': MOPAC drops such a line"},
         {[](JobEditor& e) { e.add_keyword("X +"); }, "MOPAC keyword cannot hold a blank outside quotes or parentheses"},
         {[](JobEditor& e) { e.add_keyword("'X"); }, "MOPAC keyword leaves a quote or parenthesis open"},
         {[](JobEditor& e) { e.add_keyword("+X"); }, "MOPAC keyword would read as a continuation mark or a comment"},
@@ -86,62 +89,117 @@ TEST(job_editor, refuses_what_mopac_would_read_otherwise_and_changes_nothing) {
     }
     JobEditor amp("PM7 & X\nUHF\nd\nO\n");
     EXPECT_THROW(amp.set_title("t"), std::invalid_argument);  // this head has no title line
-    JobEditor long_line(std::string(1995, 'X') + "\nt\nd\nO\n");
-    EXPECT_THROW(long_line.add_keyword("CHARGE=1"), std::length_error);
     EXPECT_THROW(JobEditor("PM7\nt\nd\nO\n").set_charge(1, 3), std::out_of_range);
 }
 
-bool only_keyword_lines_differ(const MopacJob& before, const MopacJob& after) {
-    if (before.lines().size() != after.lines().size()) return false;
-    for (std::size_t i = 0; i < before.lines().size(); ++i) {
-        const JobLine& line = before.lines()[i];
-        if (line.end != after.lines()[i].end || line.role != after.lines()[i].role) return false;
-        if (line.role != LineRole::keywords && before.line_text(i + 1) != after.line_text(i + 1)) return false;
+// Edits that are recorded but cannot read back as asked: the proof refuses
+// them when the text is asked for, names what differs, and nothing changes,
+// on disk either.
+TEST(job_editor, proof_refuses_results_that_read_back_otherwise) {
+    const std::string water = "PM7 CHARGE=0 SINGLET\nwater\n\nO 0 0 0\nH 0.96 0 0\nH -0.24 0.93 0\n";
+    const std::string open_aux = "PM7 AUX(PRECISION=9\nwater\n\nO 0 0 0\nH 0.96 0 0\nH -0.24 0.93 0\n";
+    struct Refusal {
+        const std::string& text;
+        Edit edit;
+        const char* message;
+    };
+    const Refusal refusals[] = {
+        {water, [](JobEditor& e) { e.set_title(std::string(300, 't')); }, "job 1: MOPAC would read the title as"},
+        {water, [](JobEditor& e) { e.add_keyword("CHARGE=2"); }, "job 1: CHARGE would be given 2 times, not once"},
+        {water, [](JobEditor& e) { e.add_keyword(std::string(2000, 'X')); }, "job 1: MOPAC would read the keywords as"},
+        {water, [](JobEditor& e) { e.set_method("PM6"); e.add_keyword("AM1"); }, "job 1: MOPAC would read the methods"},
+        {water, [](JobEditor& e) { e.set_charge(1); },
+         "the edit gives an error the file did not have: line 1: SINGLET SPECIFIED WITH ODD NUMBER OF ELECTRONS"},
+        {water, [](JobEditor& e) { e.set_multiplicity(2); },
+         "the edit gives an error the file did not have: line 1: DOUBLET SPECIFIED WITH EVEN NUMBER OF ELECTRONS"},
+        {open_aux, [](JobEditor& e) { e.add_keyword("PRECISE"); }, "job 1: MOPAC would read the keywords as"},
+    };
+    vesk::test_support::TempDir folder;
+    const std::string path = folder.path() + "/out.mop";
+    for (const Refusal& refusal : refusals) {
+        SCOPED_TRACE(refusal.message);
+        JobEditor editor(refusal.text);
+        refusal.edit(editor);
+        EXPECT_THAT([&] { editor.write_file(path); },
+                    ::testing::ThrowsMessage<EditRefused>(::testing::StartsWith(refusal.message)));
+        EXPECT_EQ(editor.text(), refusal.text);
+        EXPECT_FALSE(editor.changed());
+        EXPECT_FALSE(std::ifstream(path).good());
     }
-    return true;
+    JobEditor forced(water);  // the caller's own choice, as the tool's --force
+    forced.allow_new_errors();
+    forced.set_charge(1);
+    EXPECT_NE(forced.text().find("CHARGE=1"), std::string::npos);
 }
 
+// The lines that are no keyword lines, with their roles, bytes and ends.
+std::vector<std::string> other_lines(const MopacJob& job) {
+    std::vector<std::string> lines;
+    for (std::size_t i = 0; i < job.lines().size(); ++i) {
+        const JobLine& line = job.lines()[i];
+        if (line.role == LineRole::keywords) continue;
+        lines.push_back(std::to_string(static_cast<int>(line.role)) + ":" + std::to_string(static_cast<int>(line.end)) +
+                        ":" + std::string(job.line_text(i + 1)));
+    }
+    return lines;
+}
+
+// Method, charge, spin and AUX set on every corpus file MOPAC reads, edited
+// in place and laid out anew: the result reads back as asked, with the same
+// atoms bit for bit and every other line as it was.
 TEST(job_editor, edits_every_corpus_file_mopac_reads) {
     const std::vector<std::string> names = vesk::testing::corpus_files();
     if (names.empty()) GTEST_SKIP() << "\n*** SKIPPED: no corpus under " VESK_CORPUS_DIR " ***";
     std::size_t edited = 0;
+    std::size_t laid_out = 0;
     for (const std::string& name : names) {
         SCOPED_TRACE(name);
         const MopacJob original = read_job_file(VESK_CORPUS_DIR "/" + name);
         if (original.has_errors()) continue;
-        JobEditor editor(original);
-        const auto edit = [&editor] {
-            editor.set_method("PM6");
-            editor.set_charge(1);
-            editor.set_multiplicity(2);
-            editor.set_auxiliary_output(6);
-        };
-        edit();
-        const std::string once = editor.text();
-        edit();
-        ASSERT_EQ(editor.text(), once);
-        const MopacJob& result = editor.job();
-        ASSERT_TRUE(only_keyword_lines_differ(original, result));
-        for (std::size_t k = 0; k < result.jobs().size(); ++k) {
-            const Job& job = result.jobs()[k];
-            std::vector<std::string> methods;
-            for (const JobKeyword& keyword : job.keywords) {
-                if (is_mopac_method(normalize_keyword_name(keyword.text))) methods.push_back(keyword.text);
+        for (const bool layout : {false, true}) {
+            JobEditor editor(original);
+            editor.allow_new_errors();  // a charge of 1 may not suit the atoms' electrons
+            const auto edit = [&editor, layout] {
+                editor.set_method("PM6");
+                editor.set_charge(1);
+                editor.set_multiplicity(2);
+                editor.set_auxiliary_output(6);
+                if (layout) editor.lay_out_keywords(60);
+            };
+            edit();
+            std::string once;
+            try {
+                once = editor.text();
+            } catch (const EditRefused& refused) {
+                ADD_FAILURE() << (layout ? "laid out: " : "in place: ") << refused.what();
+                continue;
             }
-            EXPECT_EQ(methods, std::vector<std::string>{"PM6"});
-            EXPECT_EQ(job.keyword_value("CHARGE"), "1");
-            EXPECT_TRUE(job.keyword_value("MS") == "0.5" || job.has_keyword("DOUBLET"));
-            const vesk::core::Geometry before = original.geometry(k);
-            const vesk::core::Geometry after = result.geometry(k);
-            ASSERT_EQ(before.atoms.size(), after.atoms.size());
-            for (std::size_t a = 0; a < before.atoms.size(); ++a) {
-                EXPECT_TRUE(before.atoms[a].x == after.atoms[a].x && before.atoms[a].y == after.atoms[a].y &&
-                            before.atoms[a].z == after.atoms[a].z);
+            edit();
+            ASSERT_EQ(editor.text(), once);
+            const MopacJob& result = editor.job();
+            EXPECT_EQ(other_lines(result), other_lines(original));
+            for (std::size_t k = 0; k < result.jobs().size(); ++k) {
+                const Job& job = result.jobs()[k];
+                std::vector<std::string> methods;
+                for (const JobKeyword& keyword : job.keywords) {
+                    if (is_mopac_method(normalize_keyword_name(keyword.text))) methods.push_back(keyword.text);
+                }
+                EXPECT_EQ(methods, std::vector<std::string>{"PM6"});
+                EXPECT_EQ(job.keyword_value("CHARGE"), "1");
+                EXPECT_TRUE(job.keyword_value("MS") == "0.5" || job.has_keyword("DOUBLET"));
+                const vesk::core::Geometry before = original.geometry(k);
+                const vesk::core::Geometry after = result.geometry(k);
+                ASSERT_EQ(before.atoms.size(), after.atoms.size());
+                for (std::size_t a = 0; a < before.atoms.size(); ++a) {
+                    EXPECT_TRUE(before.atoms[a].x == after.atoms[a].x && before.atoms[a].y == after.atoms[a].y &&
+                                before.atoms[a].z == after.atoms[a].z);
+                }
             }
+            ++(layout ? laid_out : edited);
         }
-        ++edited;
     }
     EXPECT_GT(edited, 1400u);
+    EXPECT_EQ(laid_out, edited);
 }
 
 }  // namespace

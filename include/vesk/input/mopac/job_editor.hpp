@@ -1,8 +1,11 @@
-// JobEditor: edits a MOPAC input where MOPAC reads it, and nowhere else.
+// JobEditor: edits a MOPAC input where MOPAC reads it, and proves the result
+// before anyone sees it.
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -11,24 +14,39 @@
 
 namespace vesk::input::mopac {
 
+/// An edit whose result MOPAC would read otherwise than asked, or that gives
+/// the input an error it did not have. what() names what differs: "job 1:
+/// MOPAC would read the charge as 0, not 2 (CHARGE is given twice)". Nothing
+/// of the refused edits was applied.
+class VESK_MOPAC_API EditRefused : public std::invalid_argument {
+public:
+    explicit EditRefused(const std::string& what);
+};
+
 /// Edits the text of an input as MOPAC reads it: keyword edits rewrite only
 /// the bytes of the keyword lines MOPAC reads (behind '*' comments, behind an
 /// .arc marker, in +, & and ++ heads), title and description edits only
-/// those lines. Every other byte stays, line ends included; no line is
-/// added or removed, so every line keeps its number and MOPAC reads every
-/// line as before. A keyword keeps its place when its value changes; a new
-/// keyword goes to the end of the job's last keyword line, a new method to
-/// the front of the first.
+/// those lines. Every other byte stays, line ends included. A keyword keeps
+/// its place when its value changes; a new keyword goes to the end of the
+/// job's last keyword line, a new method to the front of the first.
 ///
-/// An edit that MOPAC would read otherwise than asked (a token that swallows
-/// a continuation mark, a line beyond MOPAC's limits) is refused before
-/// anything changes: std::invalid_argument for an argument no file could
-/// take, std::length_error for keywords that do not fit the lines.
+/// Edits are recorded, then applied together as one splice when the text is
+/// asked for (text(), job(), write_file(), apply()). The result is read again
+/// as MOPAC reads it and proven: the same jobs, the same atoms bit for bit,
+/// the title, description, method, charge, spin, AUX options and keywords as
+/// asked, every other line as it was, and no error the input did not have
+/// (unless allow_new_errors()). A result that fails the proof is never handed
+/// out or written: EditRefused names what differs, and the editor keeps the
+/// text it had before those edits.
 ///
-///     JobEditor editor(vesk::core::fs::read_text_file("in.mop"));
+/// An argument no file could take (a keyword with a blank, a multiplicity of
+/// 0) is refused at once with std::invalid_argument, before anything is
+/// recorded; a job number the input does not have with std::out_of_range.
+///
+///     JobEditor editor(read_job_file("in.mop"));
 ///     editor.set_method("PM7");
 ///     editor.set_charge(1);
-///     editor.write_file("in.mop");
+///     editor.write_file("in.mop");  // proves, then writes atomically
 class JobEditor {
 public:
     /// Keyword edits apply to every job of the file unless given one.
@@ -38,21 +56,35 @@ public:
     VESK_MOPAC_API explicit JobEditor(MopacJob job);
     /// Reads `text` as read_job does, then edits it.
     VESK_MOPAC_API explicit JobEditor(std::string text, const ReadOptions& options = {});
+    VESK_MOPAC_API JobEditor(const JobEditor& other);
+    VESK_MOPAC_API JobEditor(JobEditor&& other) noexcept;
+    VESK_MOPAC_API JobEditor& operator=(const JobEditor& other);
+    VESK_MOPAC_API JobEditor& operator=(JobEditor&& other) noexcept;
+    VESK_MOPAC_API ~JobEditor();
 
-    /// The text as edited so far, read as MOPAC reads it.
-    const MopacJob& job() const noexcept { return job_; }
-    /// The text as edited so far.
-    const std::string& text() const noexcept { return job_.text(); }
+    /// The text as edited and proven so far, read as MOPAC reads it; applies
+    /// the recorded edits first (and may throw EditRefused).
+    VESK_MOPAC_API const MopacJob& job();
+    /// The text as edited and proven so far; applies the recorded edits first.
+    VESK_MOPAC_API const std::string& text();
+    /// Applies the recorded edits as one splice and proves the result; throws
+    /// EditRefused, keeping the text as it was, when the proof fails.
+    VESK_MOPAC_API void apply();
+    /// Whether the proven text differs from the text the editor was given.
+    VESK_MOPAC_API bool changed();
+    /// Whether edits are recorded that are not applied yet.
+    VESK_MOPAC_API bool pending() const noexcept;
 
-    /// Removes every method keyword MOPAC runs (PM8 and the older names
+    /// Removes every method keyword of MOPAC (PM5, PM8 and the older names
     /// too) and writes `method` in the place of the first, or in front.
     VESK_MOPAC_API void set_method(std::string_view method, std::size_t job = every_job);
-    /// Writes CHARGE=<charge> in the place of the first CHARGE keyword.
+    /// Writes CHARGE=<charge> in the place of the first CHARGE keyword and
+    /// removes the others.
     VESK_MOPAC_API void set_charge(int charge, std::size_t job = every_job);
     /// Replaces the spin keywords (SINGLET to NONET, MS, BIRADICAL) by one:
     /// the state's name where the file named its state (DOUBLET), otherwise
     /// MS=<(m-1)/2>; above 1 also UHF in place of RHF, unless an active space
-    /// (C.I., OPEN, C.A.S., C.I.D., MRCI) lets RHF describe the open shells.
+    /// (C.I., OPEN, CIS, ...) lets RHF describe the open shells.
     /// Throws std::invalid_argument when `multiplicity` is 0.
     VESK_MOPAC_API void set_multiplicity(unsigned int multiplicity, std::size_t job = every_job);
     /// Sets PRECISION=<precision> in the AUX keyword, keeping its other
@@ -71,17 +103,47 @@ public:
     /// Removes every keyword of that name; true when one was removed.
     VESK_MOPAC_API bool remove_keyword(std::string_view name, std::size_t job = every_job);
     /// Replaces the title line. Throws std::invalid_argument for a title with
-    /// a line break, or one MOPAC would drop (a first '*'), or a job without one.
+    /// a line break or a first '*' (MOPAC would drop the line), or for a job
+    /// whose head has no title line.
     VESK_MOPAC_API void set_title(std::string_view title, std::size_t job = 0);
     /// Replaces the description line, as set_title does.
     VESK_MOPAC_API void set_description(std::string_view description, std::size_t job = 0);
 
-    /// Writes the text atomically; throws std::runtime_error
-    /// "failed to write MOPAC input file: <path>" when the write fails.
-    VESK_MOPAC_API void write_file(const std::string& path) const;
+    /// Lays the keyword lines of every job out anew, `width` bytes at most
+    /// where a line holds more than one keyword: the keywords as they will
+    /// stand after the other edits, one blank apart, in the head's own
+    /// continuation style (" +", "++", '&'), never in more keyword lines
+    /// than MOPAC reads. '*' comment lines, the .arc marker, title,
+    /// description, geometry and line ends stay.
+    VESK_MOPAC_API void lay_out_keywords(unsigned long long width = 78);
+
+    /// Whether the proof lets a result have errors the input did not have
+    /// (false by default): for a caller that means to write such a file.
+    VESK_MOPAC_API void allow_new_errors(bool allow = true) noexcept;
+
+    /// Writes the proven text atomically; throws EditRefused as apply() does,
+    /// std::runtime_error "failed to write MOPAC input file: <path>" when the
+    /// write fails.
+    VESK_MOPAC_API void write_file(const std::string& path);
+
+    struct Plan;
 
 private:
     MopacJob job_;
+    std::size_t original_hash_ = 0;  // of the text the editor was given
+    bool allow_new_errors_ = false;
+    std::unique_ptr<Plan> plan_;  // edits recorded since the last apply, null for none
+
+    Plan& plan();
 };
+
+/// Why MOPAC would not read `word` back as one keyword written into a
+/// keyword line ("holds a blank outside quotes or parentheses", ...); empty
+/// when it would. JobEditor refuses such a word with std::invalid_argument.
+VESK_MOPAC_API std::string keyword_word_problem(std::string_view word);
+
+/// Why `line` cannot be a title or description line MOPAC reads as given
+/// ("holds a line break", "starts with '*'"); empty when it can.
+VESK_MOPAC_API std::string head_line_problem(std::string_view line);
 
 }  // namespace vesk::input::mopac

@@ -1,0 +1,59 @@
+// The continuation of a keyword block, as each reading sees it. The document
+// model continues a keyword line that holds a lone "+" token (quotes and
+// parentheses respected); MOPAC continues at a blank-plus anywhere in the
+// line, quotes or not, at "++", and at the first '&' (the head rules of the
+// job reading). One home for both, so that a writer of keyword text asks the
+// same rules the readers use.
+#pragma once
+
+#include <string_view>
+
+#include "text/keyword_scan.hpp"
+
+namespace vesk::input::mopac::detail {
+
+/// The document model's rule: whether a keyword line holds a token that is
+/// exactly "+", tokens cut as the keyword queries cut them.
+/// "PM7 + CHARGE=1" -> true, "PM7 +1" -> false, "(a + b)" -> false.
+inline bool holds_plus_token(std::string_view line) noexcept {
+    KeywordNesting nesting;
+    bool in_token = false;
+    bool plus_only = false;
+    for (char c : line) {
+        const bool quoted_before = nesting.quote != 0;
+        const long long depth_before = nesting.depth;
+        if (nesting.splits(c)) {
+            if (in_token && plus_only) return true;
+            in_token = plus_only = false;
+            continue;
+        }
+        const bool structural = quoted_before || nesting.quote != 0 || nesting.depth != depth_before;
+        if (!in_token) {
+            in_token = true;
+            plus_only = c == '+' && !structural;
+        } else {
+            plus_only = false;
+        }
+    }
+    return in_token && plus_only;
+}
+
+/// MOPAC's " +" rule: whether a keyword line holds a blank-plus anywhere, the
+/// line tested as MOPAC pads it: a blank behind it always, and in front of it
+/// for the second and third keyword lines (`blank_in_front`).
+inline bool holds_blank_plus(std::string_view line, bool blank_in_front) noexcept {
+    if (blank_in_front && !line.empty() && line[0] == '+') return true;
+    for (std::size_t i = 1; i < line.size(); ++i) {
+        if (line[i] == '+' && line[i - 1] == ' ') return true;
+    }
+    return false;
+}
+
+/// Whether a word written into a keyword line behind a blank would make
+/// MOPAC read more lines as keywords: a leading '+' (" +"), "++" or '&'.
+inline bool mopac_reads_continuation(std::string_view word) noexcept {
+    return (!word.empty() && word[0] == '+') || word.find("++") != std::string_view::npos ||
+           word.find('&') != std::string_view::npos;
+}
+
+}  // namespace vesk::input::mopac::detail
