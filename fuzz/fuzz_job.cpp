@@ -57,12 +57,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     // refused with the text unchanged.
     if (!job.jobs().empty() && size < 4096) {
         JobEditor editor(job);
+        editor.allow_new_errors();
         try {
             editor.set_method("PM6");
             editor.set_charge(-1);
             editor.set_multiplicity(3);
-        } catch (const std::invalid_argument&) {
-        } catch (const std::length_error&) {
+            editor.apply();
+        } catch (const std::invalid_argument&) {  // EditRefused too
         }
         const MopacJob& edited = editor.job();
         check(edited.lines().size() == job.lines().size(), "an edit added or removed lines");

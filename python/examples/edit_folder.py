@@ -7,15 +7,17 @@ folder, method, charge, multiplicity = Path(sys.argv[1]), sys.argv[2], int(sys.a
 status = 0
 for path in sorted(folder.glob("*.mop")):
     editor = vm.JobEditor(vm.read_job_file(path))
+    editor.set_method(method)
+    editor.set_charge(charge)
+    editor.set_multiplicity(multiplicity)
     try:
-        editor.set_method(method)
-        editor.set_charge(charge)
-        editor.set_multiplicity(multiplicity)
-    except ValueError as refusal:  # MOPAC would misread the edit: the file stays as it was
+        # Proven before it is written: read back as asked, the same atoms, no
+        # new error; then atomic: the old file or the new one, never half of either.
+        editor.write_file(path)
+    except vm.EditRefused as refusal:  # the file stays as it was
         print(f"{path}: not edited: {refusal}")
         status = 1
         continue
-    editor.write_file(path)  # atomic: the old file or the new one, never half of either
     for finding in vm.check(editor.job):
         print(f"{path}:{finding}")
         status |= finding.severity == vm.Severity.ERROR

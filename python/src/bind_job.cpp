@@ -475,13 +475,18 @@ void bind_mopac_job(py::module_& m) {
 void bind_job_editor(py::module_& m) {
     const char* job_doc = "job: the index of the job to edit; None edits every job";
     auto doc = [job_doc](const char* what) { return std::string(what) + "\n" + job_doc; };
+    py::register_exception<mopac::EditRefused>(m, "EditRefused", PyExc_ValueError);
     py::class_<LockedEditor>(m, "JobEditor",
                              "Edits the text of an input where MOPAC reads it, and nowhere else: keyword\n"
                              "edits rewrite only the keyword lines MOPAC reads, title and description\n"
-                             "edits only those lines; every other byte stays, line ends included, and no\n"
-                             "line is added or removed. An edit MOPAC would read otherwise than asked is\n"
-                             "refused with ValueError before anything changes; a job index the file does\n"
-                             "not have with IndexError.\n\n"
+                             "edits only those lines; every other byte stays, line ends included.\n"
+                             "Edits are recorded and applied together when the text is asked for\n"
+                             "(text, job, apply(), write_file()); the result is read again as MOPAC\n"
+                             "reads it and proven: the same atoms, the keywords, title and description\n"
+                             "as asked, no new error unless allow_new_errors(). A result that fails\n"
+                             "raises EditRefused (a ValueError) naming what differs, and nothing of\n"
+                             "those edits is kept or written. An argument no file could take raises\n"
+                             "ValueError at once; a job index the file does not have IndexError.\n\n"
                              "    editor = vesk_mopac.JobEditor(pathlib.Path(\"in.mop\").read_bytes())\n"
                              "    editor.set_method(\"PM7\")\n"
                              "    editor.set_charge(1)\n"
@@ -603,11 +608,33 @@ void bind_job_editor(py::module_& m) {
             },
             py::arg("description"), py::arg("job") = 0, "Replaces the description line, as set_title does.")
         .def(
+            "apply", [](LockedEditor& e) { locked(e, [](mopac::JobEditor& x) { x.apply(); }); },
+            "Applies the recorded edits and proves the result; EditRefused when it fails.")
+        .def_property_readonly(
+            "changed", [](LockedEditor& e) { return locked(e, [](mopac::JobEditor& x) { return x.changed(); }); },
+            "whether the proven text differs from the text the editor was given")
+        .def(
+            "lay_out_keywords",
+            [](LockedEditor& e, const Int& width) {
+                const auto value = static_cast<unsigned long long>(checked_int(width, 0, LLONG_MAX, "width"));
+                locked(e, [&](mopac::JobEditor& x) { x.lay_out_keywords(value); });
+            },
+            py::arg("width") = 78,
+            "Lays the keyword lines of every job out anew, at most `width` bytes where a\n"
+            "line holds more than one keyword, in the head's own continuation style and\n"
+            "never in more lines than MOPAC reads.")
+        .def(
+            "allow_new_errors",
+            [](LockedEditor& e, bool allow) { locked(e, [&](mopac::JobEditor& x) { x.allow_new_errors(allow); }); },
+            py::arg("allow") = true, "Lets the proof accept a result with errors the input did not have.")
+        .def(
             "write_file",
             [](LockedEditor& e, const Path& path) {
                 write_file(path, locked(e, [](mopac::JobEditor& x) { return x.text(); }));
             },
-            py::arg("path"), "Writes the text atomically; OSError with the path on failure.")
+            py::arg("path"),
+            "Proves the edits, then writes the text atomically; EditRefused when the proof\n"
+            "fails (nothing is written), OSError with the path when the write fails.")
         .def("__repr__", [](LockedEditor& e) {
             MopacJob job = locked(e, [](mopac::JobEditor& x) { return x.job(); });
             return "<JobEditor lines=" + std::to_string(job.lines().size()) +

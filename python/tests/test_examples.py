@@ -50,7 +50,7 @@ def test_edit_folder_edits_method_charge_and_spin_and_reports_findings(tmp_path)
     done = run(tmp_path, "PM6", "-1", "2")
     lines = done.stdout.splitlines()
     assert done.returncode == 1, done.stderr  # the refused file
-    assert f"{refused}: not edited: MOPAC keywords would not fit" in done.stdout
+    assert f"{refused}: not edited: job 1: line 1 would be longer than the 2000 bytes MOPAC reads" in done.stdout
     assert refused.read_text().startswith("PM7 XXX") and (tmp_path / "notes.txt").read_text() == "PM7\n"
     assert all(FINDING.match(line) for line in lines if "refused.mop" not in line), lines
     for name, old in before.items():

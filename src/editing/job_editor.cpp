@@ -363,19 +363,20 @@ std::string keyword_word_problem(std::string_view word) {
     if (word.empty()) return "is empty";
     detail::KeywordNesting nesting;
     for (char c : word) {
-        if (c == '\n' || c == '\r') return "cannot hold a line break";
-        if (nesting.splits(c)) return "cannot hold a blank outside quotes or parentheses";
+        if (c == '\n' || c == '\r') return "holds a line break";
+        if (nesting.splits(c)) return "holds a blank outside quotes or parentheses";
     }
-    if (nesting.open()) return "leaves a quote or parenthesis open";
-    if (word[0] == '*' || detail::mopac_reads_continuation(word)) {
-        return "would read as a continuation mark or a comment";
-    }
+    if (nesting.open()) return "leaves a quote or parenthesis open, which would take in the keywords behind it";
+    if (word[0] == '+') return "starts with '+', which MOPAC reads as the mark that continues the keyword line";
+    if (detail::holds_double_plus(word)) return "holds \"++\", which MOPAC reads as joining the next line";
+    if (detail::holds_ampersand(word)) return "holds '&', which makes MOPAC read the next line as keywords";
+    if (word[0] == '*') return "starts with '*': MOPAC skips a keyword line that starts so";
     return {};
 }
 
 std::string head_line_problem(std::string_view line) {
-    if (line.find_first_of("\r\n") != std::string_view::npos) return "cannot hold a line break";
-    if (!line.empty() && line[0] == '*') return "cannot start with '*': MOPAC drops such a line";
+    if (line.find_first_of("\r\n") != std::string_view::npos) return "holds a line break";
+    if (!line.empty() && line[0] == '*') return "starts with '*': MOPAC skips such a line as a comment";
     return {};
 }
 

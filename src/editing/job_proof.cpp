@@ -101,6 +101,13 @@ std::string job_difference(const MopacJob& before, const MopacJob& after, std::s
     std::vector<std::string> found;
     for (const JobKeyword& keyword : new_job.keywords) found.push_back(keyword.text);
     const std::vector<std::string> expected = expected_keywords(before, k, plan);
+    for (std::size_t i = 0; found != expected && i < after.lines().size(); ++i) {
+        const JobLine& line = after.lines()[i];
+        if (line.job == k && line.role == LineRole::keywords && line.length > mopac_line_limit) {
+            return job_name + "line " + std::to_string(i + 1) + " would be longer than the " +
+                   std::to_string(mopac_line_limit) + " bytes MOPAC reads of a line";
+        }
+    }
     if (found != expected) {
         std::size_t length = 0;
         for (const std::string& word : expected) length += word.size() + 1;
@@ -108,8 +115,7 @@ std::string job_difference(const MopacJob& before, const MopacJob& after, std::s
             return job_name + "the keywords would be longer than the " + std::to_string(keyword_string_limit) +
                    " bytes MOPAC keeps";
         }
-        return job_name + "MOPAC would read the keywords as " + quoted(joined(found)) + ", not " +
-               quoted(joined(expected));
+        return job_name + "MOPAC would read the keywords as " + joined(found) + ", not " + joined(expected);
     }
     if (asked.method) {
         std::vector<std::string> methods;
@@ -117,7 +123,7 @@ std::string job_difference(const MopacJob& before, const MopacJob& after, std::s
             if (is_mopac_method(normalize_keyword_name(word))) methods.push_back(normalize_keyword_name(word));
         }
         if (methods != std::vector<std::string>{*asked.method}) {
-            return job_name + "MOPAC would read the methods " + quoted(joined(methods)) + ", not " + *asked.method;
+            return job_name + "MOPAC would read the methods " + joined(methods) + ", not " + *asked.method;
         }
     }
     std::size_t count = 0;
@@ -143,7 +149,7 @@ std::string job_difference(const MopacJob& before, const MopacJob& after, std::s
             }
         }
         if (spins.size() != 1 || stated != *asked.multiplicity) {
-            return job_name + "MOPAC would read the spin from " + quoted(joined(spins)) + ", not multiplicity " +
+            return job_name + "MOPAC would read the spin from " + joined(spins) + ", not multiplicity " +
                    std::to_string(*asked.multiplicity);
         }
     }
@@ -243,7 +249,7 @@ std::string new_error(const MopacJob& before, const MopacJob& after) {
 
 std::string joined(const std::vector<std::string>& words) {
     std::string text;
-    for (const std::string& word : words) text += (text.empty() ? "" : " ") + word;
+    for (const std::string& word : words) text += (text.empty() ? "" : " | ") + word;
     return text;
 }
 

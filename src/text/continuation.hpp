@@ -49,11 +49,11 @@ inline bool holds_blank_plus(std::string_view line, bool blank_in_front) noexcep
     return false;
 }
 
-/// Whether a word written into a keyword line behind a blank would make
-/// MOPAC read more lines as keywords: a leading '+' (" +"), "++" or '&'.
-inline bool mopac_reads_continuation(std::string_view word) noexcept {
-    return (!word.empty() && word[0] == '+') || word.find("++") != std::string_view::npos ||
-           word.find('&') != std::string_view::npos;
-}
+/// MOPAC's "++" rule: a first keyword line that holds "++" anywhere glues
+/// the next line to it.
+inline bool holds_double_plus(std::string_view line) noexcept { return line.find("++") != std::string_view::npos; }
+
+/// MOPAC's '&' rule: a first keyword line that holds '&' anywhere continues.
+inline bool holds_ampersand(std::string_view line) noexcept { return line.find('&') != std::string_view::npos; }
 
 }  // namespace vesk::input::mopac::detail

@@ -68,18 +68,45 @@ TEST(job_editor, changes_only_the_words_asked_for) {
     EXPECT_EQ(arc_editor.text(), "PM3 summary\nFINAL GEOMETRY OBTAINED\nPM6\nt\nd\nO\n");
 }
 
+TEST(keyword_word_problem, refuses_what_would_not_read_back_as_one_keyword) {
+    const std::pair<std::string, std::string> cases[] = {
+        {"PM7", ""},
+        {"PM6-DH+", ""},
+        {"T='a b'", ""},
+        {"AUX(PRECISION=9, XP)", ""},
+        {"a)", ""},  // a ')' at depth 0 is an ordinary byte
+        {" PM7 ", ""},
+        {"", "is empty"},
+        {"X +", "holds a blank outside quotes or parentheses"},
+        {"A\x0b" "B", "holds a blank outside quotes or parentheses"},
+        {"A\nB", "holds a line break"},
+        {"'X", "leaves a quote or parenthesis open, which would take in the keywords behind it"},
+        {"GEO(1", "leaves a quote or parenthesis open, which would take in the keywords behind it"},
+        {"+", "starts with '+', which MOPAC reads as the mark that continues the keyword line"},
+        {"+1", "starts with '+', which MOPAC reads as the mark that continues the keyword line"},
+        {"X++", "holds \"++\", which MOPAC reads as joining the next line"},
+        {"A&B", "holds '&', which makes MOPAC read the next line as keywords"},
+        {"*X", "starts with '*': MOPAC skips a keyword line that starts so"},
+    };
+    for (const auto& [word, problem] : cases) EXPECT_EQ(keyword_word_problem(word), problem) << word;
+    EXPECT_EQ(head_line_problem("water, optimised  "), "");
+    EXPECT_EQ(head_line_problem("New\nline"), "holds a line break");
+    EXPECT_EQ(head_line_problem("a\rb"), "holds a line break");
+    EXPECT_EQ(head_line_problem("* note"), "starts with '*': MOPAC skips such a line as a comment");
+}
+
 TEST(job_editor, refuses_what_mopac_would_read_otherwise_and_changes_nothing) {
     const std::pair<Edit, const char*> refusals[] = {
-        {[](JobEditor& e) { e.set_title("a\nb"); }, "MOPAC title cannot hold a line break"},
-        {[](JobEditor& e) { e.set_description("* x"); }, "MOPAC description cannot start with '*': MOPAC drops such a line"},
-        {[](JobEditor& e) { e.add_keyword("X +"); }, "MOPAC keyword cannot hold a blank outside quotes or parentheses"},
-        {[](JobEditor& e) { e.add_keyword("'X"); }, "MOPAC keyword leaves a quote or parenthesis open"},
-        {[](JobEditor& e) { e.add_keyword("+X"); }, "MOPAC keyword would read as a continuation mark or a comment"},
+        {[](JobEditor& e) { e.set_title("a\nb"); }, "MOPAC title holds a line break"},
+        {[](JobEditor& e) { e.set_description("* x"); }, "MOPAC description starts with '*': MOPAC skips such a line as a comment"},
+        {[](JobEditor& e) { e.add_keyword("X +"); }, "MOPAC keyword holds a blank outside quotes or parentheses"},
+        {[](JobEditor& e) { e.add_keyword("'X"); }, "MOPAC keyword leaves a quote or parenthesis open, which would take in the keywords behind it"},
+        {[](JobEditor& e) { e.add_keyword("+X"); }, "MOPAC keyword starts with '+', which MOPAC reads as the mark that continues the keyword line"},
         {[](JobEditor& e) { e.set_method(" "); }, "MOPAC method is empty"},
         {[](JobEditor& e) { e.set_multiplicity(0); }, "MOPAC multiplicity must be positive"},
         {[](JobEditor& e) { e.set_auxiliary_output(19); }, "MOPAC AUX precision must be between 0 and 18"},
         {[](JobEditor& e) { e.set_keyword("CHARGE", "1 2"); },
-         "MOPAC keyword value cannot hold a blank outside quotes or parentheses"},
+         "MOPAC keyword value holds a blank outside quotes or parentheses"},
     };
     const std::string text = "PM7 +\nUHF\nt\nd\nO 0 0 0\n";
     for (const auto& [edit, message] : refusals) {
@@ -106,7 +133,7 @@ TEST(job_editor, proof_refuses_results_that_read_back_otherwise) {
     const Refusal refusals[] = {
         {water, [](JobEditor& e) { e.set_title(std::string(300, 't')); }, "job 1: MOPAC would read the title as"},
         {water, [](JobEditor& e) { e.add_keyword("CHARGE=2"); }, "job 1: CHARGE would be given 2 times, not once"},
-        {water, [](JobEditor& e) { e.add_keyword(std::string(2000, 'X')); }, "job 1: MOPAC would read the keywords as"},
+        {water, [](JobEditor& e) { e.add_keyword(std::string(2000, 'X')); }, "job 1: line 1 would be longer than the 2000 bytes"},
         {water, [](JobEditor& e) { e.set_method("PM6"); e.add_keyword("AM1"); }, "job 1: MOPAC would read the methods"},
         {water, [](JobEditor& e) { e.set_charge(1); },
          "the edit gives an error the file did not have: line 1: SINGLET SPECIFIED WITH ODD NUMBER OF ELECTRONS"},

@@ -129,13 +129,15 @@ TEST(mopac_input_tool, edit_changes_only_the_keyword_lines) {
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out, "PM6-D3H4 CHARGE=-1 +\nAUX(PRECISION=9) DOUBLET UHF\n" + example.substr(example.find("Ethanol")));
     EXPECT_EQ(read_text_file(path), example);
-    // --rewrite lays the whole file out anew from the document.
+    // --rewrite lays the keyword lines out anew, in no more lines than MOPAC reads.
     ToolRun to_file = run(dir, {"edit", path, "--rewrite", "--no-aux", "--set", "GNORM=0.1", "--add", "XYZ", "-o",
                             dir.path() + "/out.mop", "--width", "12"});
     EXPECT_EQ(to_file.status, 0) << to_file.err;
     auto parsed = vesk::input::mopac::parse_file(dir.path() + "/out.mop");
     EXPECT_EQ(parsed.input.keyword_lines,
-              (std::vector<std::string>{"PM7 +", "CHARGE=0 +", "SINGLET +", "GNORM=0.1 +", "XYZ"}));
+              (std::vector<std::string>{"PM7 +", "CHARGE=0 +", "SINGLET GNORM=0.1 XYZ"}));
+    EXPECT_EQ(read_text_file(dir.path() + "/out.mop").substr(39), example.substr(example.find("Ethanol")));
+    EXPECT_EQ(run(dir, {"edit", path, "--width", "20"}).status, 2);  // a width is for a layout anew
     // A charge that leaves SINGLET with an odd number of electrons is not written, unless forced.
     ToolRun odd = run(dir, {"edit", "--in-place", path, "--charge", "1"});
     EXPECT_EQ(odd.status, 1);
@@ -189,7 +191,7 @@ TEST(mopac_input_tool, usage_errors_name_the_option_and_leave_the_file) {
     EXPECT_EQ(run(dir, {"new", "--xyz", "-", "--width", "-1"}, "1\nx\nH 0 0 0\n").status, 2);
     EXPECT_EQ(read_text_file(path), example);
     EXPECT_THAT(run(dir, {"edit", path, "--rewrite", "--charge", "+2", "--width", "0"}).out,
-                ::testing::StartsWith("PM7 +\nAUX(PRECISION=9) +\nSINGLET +\nCHARGE=2\n"));
+                ::testing::StartsWith("PM7 +\nCHARGE=2 +\nAUX(PRECISION=9) SINGLET\nEthanol\n"));
     EXPECT_EQ(run(dir, {"edit", path, "--frobnicate"}).status, 2);
     EXPECT_EQ(run(dir, {"edit", path, path}).status, 2);  // several files need --in-place
 }
@@ -214,7 +216,8 @@ TEST(mopac_input_tool, nothing_is_written_that_reads_back_otherwise) {
     const std::string quote = dir.write("q.mop", "PM7 'abc\nt\nc\nO 0 0 0\n");
     ToolRun r = run(dir, {"edit", "--in-place", quote, "--charge", "0"});
     EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(r.err, "mopac-input: " + quote + ": MOPAC would read the keywords of job 1 otherwise after this edit\n");
+    EXPECT_EQ(r.err, "mopac-input: " + quote + ": not written: job 1: MOPAC would read the keywords as PM7 | 'ABC CHARGE=0, "
+                     "not PM7 | 'ABC | CHARGE=0\n");
     EXPECT_EQ(read_text_file(quote), "PM7 'abc\nt\nc\nO 0 0 0\n");
 }
 

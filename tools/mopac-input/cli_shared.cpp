@@ -22,8 +22,8 @@ CLI::Validator refusing(std::string (*problem)(std::string_view));
 
 void add_edit_options(CLI::App& command, EditRequest& request) {
     // What cannot be written safely is a usage error before any file is read.
-    const CLI::Validator one_token = refusing(keyword_token_problem);
-    const CLI::Validator one_line = refusing(head_line_problem);
+    const CLI::Validator one_token = refusing(input::mopac::keyword_word_problem);
+    const CLI::Validator one_line = refusing(input::mopac::head_line_problem);
     command.add_option("--method", request.method, "Replace every method keyword, new method first (e.g. PM7)")
         ->check(one_token);
     add_whole_number(command, "--charge", INT_MIN, INT_MAX,
@@ -44,9 +44,13 @@ void add_edit_options(CLI::App& command, EditRequest& request) {
     command.add_option("--add,--keyword", request.add, "Append a keyword token (repeatable)")->check(one_token);
     command.add_option("--title", request.title, "Replace the title line")->check(one_line);
     command.add_option("--comment", request.comment, "Replace the comment line")->check(one_line);
+}
+
+void add_width_option(CLI::App& command, std::optional<unsigned long long>& width) {
     add_whole_number(command, "--width", 0, LLONG_MAX,
-                     [&request](long long w) { request.width = static_cast<unsigned long long>(w); },
-                     "Keyword line width in bytes (default 78; 0 puts each keyword on a line of its own)");
+                     [&width](long long w) { width = static_cast<unsigned long long>(w); },
+                     "Keyword line width in bytes of the layout (default 78; 0 puts each keyword on a line of its "
+                     "own, up to the lines MOPAC reads)");
 }
 
 std::string json_line(const nlohmann::json& value) {

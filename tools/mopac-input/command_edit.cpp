@@ -3,11 +3,11 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <optional>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include <vesk/input/mopac/parser.hpp>
 
 #include "commands.hpp"
 #include "edits.hpp"
@@ -21,8 +21,8 @@ struct EditOptions {
     EditRequest request;
     std::string output;  // -o; empty: standard output
     bool in_place = false;
-    bool force = false;
     bool rewrite = false;
+    std::optional<unsigned long long> width;
 };
 
 int run_edit(const EditOptions& options);
@@ -41,10 +41,12 @@ void add_edit_command(CLI::App& app, int& status) {
     edit->add_flag("--in-place", options->in_place,
                    "Write each result back to its file, holding a lock (flock) on it from reading to replacing")
         ->excludes(output);
-    edit->add_flag("--force", options->force, "Write a result even when the edit gives it an error MOPAC stops on");
+    edit->add_flag("--force", options->request.allow_new_errors,
+                   "Write a result even when the edit gives it an error MOPAC stops on");
     edit->add_flag("--rewrite", options->rewrite,
-                   "Write the whole file anew from the library's document (keyword lines laid out at --width, "
-                   "numbers as %.12g, LF line ends) instead of editing it in place");
+                   "Lay the keyword lines out anew (at --width, 78 by default) in the head's own continuation "
+                   "style; every other line stays as it is");
+    add_width_option(*edit, options->width);
     edit->callback([options, &status] { status = run_edit(*options); });
 }
 
@@ -59,18 +61,17 @@ int run_edit(const EditOptions& options) {
         report("edit", "--in-place cannot write to standard input");
         return 2;
     }
-    return for_each_file(options.files, [&options](SourceFile& file) {
+    if (options.width && !options.rewrite) {
+        report("edit", "--width needs --rewrite: in-place edits keep every line's layout");
+        return 2;
+    }
+    EditRequest request = options.request;
+    if (options.rewrite) request.layout_width = options.width.value_or(78);
+    return for_each_file(options.files, [&options, &request](SourceFile& file) {
         const std::string& output = options.in_place ? file.path : options.output;
-        if (!options.rewrite) {
-            const std::string path = file.path;
-            return edit_job_and_write(path, read_as_mopac(file), options.request, output, options.force);
-        }
-        input::mopac::ParseResult parsed = input::mopac::parse_string(file.text);
-        if (!parsed.ok) {
-            report(file.path, parsed.error);
-            return 1;
-        }
-        return edit_and_write(file.path, std::move(parsed.input), options.request, output);
+        const std::string path = file.path;
+        input::mopac::JobEditor editor(read_as_mopac(file));
+        return edit_and_write(path, editor, request, output);
     }, options.in_place);
 }
 

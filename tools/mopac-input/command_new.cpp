@@ -3,7 +3,10 @@
 
 #include <exception>
 #include <memory>
+#include <optional>
 #include <string>
+
+#include <vesk/input/mopac/document.hpp>
 
 #include "commands.hpp"
 #include "edits.hpp"
@@ -16,6 +19,7 @@ namespace {
 struct NewOptions {
     std::string xyz_file;
     EditRequest request;
+    std::optional<unsigned long long> width;
     bool fixed = false;
     std::string output;  // empty: standard output
 };
@@ -29,6 +33,7 @@ void add_new_command(CLI::App& app, int& status) {
     CLI::App* create = app.add_subcommand("new", "Create an input from an XYZ geometry; its comment is the title");
     create->add_option("--xyz", options->xyz_file, "XYZ file ('-' for standard input)")->required();
     add_edit_options(*create, options->request);
+    add_width_option(*create, options->width);
     create->add_flag("--fixed", options->fixed, "Mark no atom for optimisation (flags 0)");
     create->add_option("-o,--output", options->output, "Write the input here instead of standard output");
     create->callback([options, &status] { status = run_new(*options); });
@@ -46,14 +51,25 @@ int run_new(const NewOptions& options) {
         report(options.xyz_file, error.what());
         return 1;
     }
-    // An empty keyword line, the XYZ comment as the title, an empty comment:
-    // from here on a new input is edited like any other.
-    input::mopac::MopacInput document;
-    document.keyword_lines = {""};
-    document.title = std::move(xyz.comment);
-    input::mopac::InputEditor start(std::move(document));
-    start.set_geometry(xyz.geometry, !options.fixed);
-    return edit_and_write(options.xyz_file, start.input(), options.request, options.output);
+    // An empty keyword line, an empty title and description, the atoms:
+    // from here on a new input is edited like any other, the XYZ comment
+    // becoming its title, and its keyword lines laid out.
+    std::string mopac = "\n\n\n";
+    input::mopac::CoordinateRecord record;
+    record.has_optimization_flags = true;
+    record.optimize_x = record.optimize_y = record.optimize_z = options.fixed ? 0 : 1;
+    for (const core::Atom& atom : xyz.geometry.atoms) {
+        record.element = atom.element;
+        record.x = atom.x;
+        record.y = atom.y;
+        record.z = atom.z;
+        mopac += input::mopac::format_coordinate(record) + "\n";
+    }
+    EditRequest request = options.request;
+    if (!request.title) request.title = std::move(xyz.comment);
+    request.layout_width = options.width.value_or(78);
+    input::mopac::JobEditor editor(std::move(mopac));
+    return edit_and_write(options.xyz_file, editor, request, options.output);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 // subcommand whole: its options and its body.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include <nlohmann/json_fwd.hpp>
@@ -25,6 +26,9 @@ void add_check_command(CLI::App& app, int& status);
 
 /// The keyword and head options that `edit` and `new` share, filling `request`.
 void add_edit_options(CLI::App& command, EditRequest& request);
+
+/// --width BYTES, the keyword line width of a layout anew.
+void add_width_option(CLI::App& command, std::optional<unsigned long long>& width);
 
 /// One JSON object on one line; bytes that are not UTF-8 are replaced, not refused.
 std::string json_line(const nlohmann::json& value);
