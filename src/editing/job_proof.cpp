@@ -225,7 +225,38 @@ std::pair<std::size_t, std::uint64_t> atoms_digest(const MopacJob& job, std::siz
     return {atoms.size(), hash};
 }
 
+// The keywords the reading of a job's geometry and of the data behind it
+// consults (src/job): where none of them changes and every line but the
+// head's is as it was, the atoms are read and placed exactly as before.
+bool steers_reading(std::string_view word) {
+    static constexpr std::string_view names[] = {"0SCF",   "A0",    "AIGIN",  "DEPVAR", "DRC",   "GEO-OK", "GEO_DAT",
+                                                 "IRC",    "MICROS", "MINI",  "MOPAC",  "OLDFPC", "OLDGEO", "PDB",
+                                                 "POINTS", "SADDLE", "SETPI", "SETUP",  "STEP",   "SYM"};
+    if (word.compare(0, 4, "SYMM") == 0) return true;
+    const std::string_view name = keyword_name_part(word);
+    for (std::string_view known : names) {
+        if (name == known) return true;
+    }
+    return false;
+}
+
+std::vector<std::string_view> reading_words(const Job& job) {
+    std::vector<std::string_view> words;
+    for (const JobKeyword& keyword : job.keywords) {
+        if (steers_reading(keyword.text)) words.push_back(keyword.text);
+    }
+    return words;
+}
+
+// Called once every line but the keyword, title and description lines is
+// known to be as it was.
 std::string atoms_difference(const MopacJob& before, const MopacJob& after, std::size_t k) {
+    const Job& old_job = before.jobs()[k];
+    const Job& new_job = after.jobs()[k];
+    if (reading_words(old_job) == reading_words(new_job) && old_job.source == new_job.source &&
+        old_job.bohr == new_job.bohr && old_job.counts.by_atomic_number == new_job.counts.by_atomic_number) {
+        return {};
+    }
     if (atoms_digest(before, k) == atoms_digest(after, k)) return {};
     return "job " + std::to_string(k + 1) + ": MOPAC would read or place the atoms otherwise after this edit";
 }

@@ -140,6 +140,7 @@ TEST(job_editor, proof_refuses_results_that_read_back_otherwise) {
         {water, [](JobEditor& e) { e.set_multiplicity(2); },
          "the edit gives an error the file did not have: line 1: DOUBLET SPECIFIED WITH EVEN NUMBER OF ELECTRONS"},
         {open_aux, [](JobEditor& e) { e.add_keyword("PRECISE"); }, "job 1: MOPAC would read the keywords as"},
+        {water, [](JobEditor& e) { e.add_keyword("A0"); }, "job 1: MOPAC would read or place the atoms otherwise"},
     };
     vesk::test_support::TempDir folder;
     const std::string path = folder.path() + "/out.mop";
