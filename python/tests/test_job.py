@@ -187,6 +187,30 @@ def test_job_editor_on_corpus_files_edits_only_the_keyword_lines(path):
     np.testing.assert_array_equal(after.positions(), before.positions())
 
 
+OPEN_AUX = b"PM7 AUX(PRECISION=9\nwater\n\nO 0 0 0\nH 0.96 0 0\nH -0.24 0.93 0\n"
+
+
+@pytest.mark.parametrize(
+    "text, edit, message",
+    [
+        (None, lambda e: e.set_title("t" * 300), "job 1: MOPAC would read the title as"),
+        (None, lambda e: e.add_keyword("CHARGE=2"), "job 1: CHARGE would be given 2 times, not once"),
+        (OPEN_AUX, lambda e: e.add_keyword("PRECISE"), "job 1: MOPAC would read the keywords as"),
+        (None, lambda e: e.set_charge(1), "the edit gives an error the file did not have"),
+    ],
+)
+def test_job_editor_proves_its_result_before_writing(tmp_path, text, edit, message):
+    text = text or ETHANOL.read_bytes()
+    path = tmp_path / "in.mop"
+    path.write_bytes(text)
+    editor = vm.JobEditor(vm.read_job_file(path))
+    edit(editor)
+    with pytest.raises(vm.EditRefused, match=message):
+        editor.write_file(path)
+    assert path.read_bytes() == text and editor.text_bytes == text
+    assert not editor.changed
+
+
 def test_job_editor_refuses_before_changing_anything(tmp_path):
     editor = vm.JobEditor(vm.read_job_file(ETHANOL))
     before = editor.text_bytes

@@ -1,28 +1,21 @@
 // Words, whole numbers, AUX options and escaped text for the subcommands.
 #include "text.hpp"
 
+#include "text/fields.hpp"
+#include "text/keyword_scan.hpp"
+
 #include <charconv>
 #include <system_error>
 
 namespace vesk::tools {
 namespace {
 
-bool is_word_separator(char c) { return c == ' ' || c == '\t' || c == '\r'; }
-std::string_view trim(std::string_view text);
 std::size_t utf8_sequence_length(std::string_view text, std::size_t at);
 
 }  // namespace
 
 std::vector<std::string_view> split_words(std::string_view line) {
-    std::vector<std::string_view> words;
-    std::size_t i = 0;
-    while (i < line.size()) {
-        while (i < line.size() && is_word_separator(line[i])) ++i;
-        const std::size_t start = i;
-        while (i < line.size() && !is_word_separator(line[i])) ++i;
-        if (i > start) words.push_back(line.substr(start, i - start));
-    }
-    return words;
+    return input::mopac::detail::split_fields(line, std::string_view(" \t\r", 3));
 }
 
 std::optional<long long> parse_decimal(std::string_view text, long long min, long long max) {
@@ -49,19 +42,10 @@ std::vector<std::string> aux_options(std::string_view token) {
     } else if (const std::size_t equals = token.find('='); equals != std::string_view::npos) {
         inner = token.substr(equals + 1);  // AUX=... is no MOPAC form, but show what it says
     }
-    // Commas inside nested parentheses belong to their option.
     std::vector<std::string> options;
-    int depth = 0;
-    std::size_t start = 0;
-    for (std::size_t i = 0; i <= inner.size(); ++i) {
-        if (i < inner.size() && inner[i] == '(') ++depth;
-        if (i < inner.size() && inner[i] == ')' && depth > 0) --depth;
-        if (i == inner.size() || (inner[i] == ',' && depth == 0)) {
-            std::string_view option = trim(inner.substr(start, i - start));
-            if (!option.empty()) options.emplace_back(option);
-            start = i + 1;
-        }
-    }
+    input::mopac::detail::for_each_list_item(inner, [&options](std::string_view option) {
+        if (!option.empty()) options.emplace_back(option);
+    });
     return options;
 }
 
@@ -108,12 +92,6 @@ std::string escape_for_terminal(std::string_view text) {
 }
 
 namespace {
-
-std::string_view trim(std::string_view text) {
-    while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
-    while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
-    return text;
-}
 
 // The length of the well-formed UTF-8 sequence that starts at `at`, or 0:
 // no overlong forms, no surrogates, nothing above U+10FFFF.
