@@ -199,7 +199,7 @@ public:
     VESK_MOPAC_API std::vector<std::array<double, 3>> translation_vectors(std::size_t job = 0) const;
 
 private:
-    friend struct JobReader;
+    friend class JobReader;
     // Where the reading placed the atoms of a job, when it could keep them:
     // the same answer geometry() would work out again from the lines.
     struct Placed {
