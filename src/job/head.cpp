@@ -1,5 +1,6 @@
 // The head of a job as MOPAC reads it: one to three keyword lines joined by
 // "++", " +" or '&' (or SETUP), then the title and the description.
+#include <algorithm>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -16,30 +17,89 @@ namespace {
 
 using detail::Issue;
 
-// The joined keyword text, and for each byte the line and offset it came from.
-struct KeywordText {
+// The joined keyword text, and for each of its first bytes the line and
+// offset it came from: MOPAC keeps keyword_string_limit bytes, and the byte
+// behind them is where a finding points.
+class KeywordText {
+public:
     static constexpr std::size_t no_line = static_cast<std::size_t>(-1);
-    std::string text;
-    std::vector<std::size_t> line;    // index into the job's lines, no_line for an inserted blank
-    std::vector<std::size_t> offset;  // in that line's view
+    static constexpr std::size_t traced = detail::keyword_string_limit + 1;
 
+    std::string text;
+
+    std::size_t line(std::size_t at) const { return lines_[at]; }
+    std::size_t offset(std::size_t at) const { return offsets_[at]; }
+    void push(char c, std::size_t line_index, std::size_t at) {
+        text.push_back(c);
+        if (lines_.size() < traced) {
+            lines_.push_back(line_index);
+            offsets_.push_back(at);
+        }
+    }
     void append(std::string_view view, std::size_t line_index) {
         for (std::size_t i = 0; i < view.size(); ++i) push(view[i], line_index, i);
     }
-    void push(char c, std::size_t line_index, std::size_t at) {
-        text.push_back(c);
-        line.push_back(line_index);
-        offset.push_back(at);
-    }
     void truncate(std::size_t size) {
         text.resize(size);
-        line.resize(size);
-        offset.resize(size);
+        if (lines_.size() > size) {
+            lines_.resize(size);
+            offsets_.resize(size);
+        }
     }
+
+    // The "++" head: each "++" becomes one blank as it is appended, pairing
+    // '+' from the left ("+++" -> " +"). Only the end of the text and the
+    // new bytes can form a new "++" ("A+" and "+B"), so the text is never
+    // read again. marked() tells whether the bytes appended since the last
+    // trim_blanks() held a "++".
+    void push_joined(char c, std::size_t line_index, std::size_t at);
+    void append_joined(std::string_view view, std::size_t line_index) {
+        for (std::size_t i = 0; i < view.size(); ++i) push_joined(view[i], line_index, i);
+    }
+    bool marked() const noexcept { return marked_; }
+    // Whether the last "++" had a blank in front of it: then the next line
+    // follows behind one blank.
+    bool blank_before_mark() const noexcept { return blank_before_; }
+    void trim_blanks() {
+        std::size_t size = text.size();
+        while (size > 0 && text[size - 1] == ' ') --size;
+        truncate(size);
+        marked_ = false;
+        // The text ends in at most one '+' now: a "++" was turned into a blank.
+        run_ = !text.empty() && text.back() == '+' ? 1 : 0;
+        before_run_ = text.size() >= 2 ? text[text.size() - 2] : '\0';
+    }
+
+private:
+    std::vector<std::size_t> lines_;    // index into the job's lines, no_line for an inserted blank
+    std::vector<std::size_t> offsets_;  // in that line's view
+    std::size_t run_ = 0;     // '+' bytes in a row at the end, as written in the file
+    char before_run_ = '\0';  // the byte in front of them
+    bool marked_ = false;
+    bool blank_before_ = false;
 };
 
-bool join_double_plus(JobReader& reader, KeywordText& keywords, Job& current, std::size_t job_index);
-std::vector<JobKeyword> split_keywords(JobReader& reader, const KeywordText& keywords);
+void KeywordText::push_joined(char c, std::size_t line_index, std::size_t at) {
+    if (c != '+') {
+        run_ = 0;
+        push(c, line_index, at);
+        return;
+    }
+    if (run_ == 0) before_run_ = text.empty() ? '\0' : text.back();
+    ++run_;
+    if (run_ % 2 == 1) {
+        push(c, line_index, at);
+    } else {
+        // The '+' in front becomes the blank; this one goes.
+        text.back() = ' ';
+        marked_ = true;
+    }
+    // The last "++" of the text, as a search from the end finds it: a third
+    // '+' in a row stands in front of it.
+    if (run_ >= 2) blank_before_ = run_ == 2 && before_run_ == ' ';
+}
+
+std::vector<JobKeyword> split_keywords(const MopacJob& job, const KeywordText& keywords);
 bool line_holds(std::string_view view, std::string_view part, bool blank_in_front);
 
 }  // namespace
@@ -50,7 +110,12 @@ void JobReader::read_head(Job& current, std::size_t job_index) {
     current.first_keyword_line = first + 1;
     current.keyword_line_count = 1;
     const std::string first_view(view(first));
-    keywords.append(first_view, first);
+    const bool double_plus = first_view.find("++") != std::string::npos;
+    if (double_plus) {
+        keywords.append_joined(first_view, first);
+    } else {
+        keywords.append(first_view, first);
+    }
 
     std::size_t descriptions = 2;
     bool short_head = false;
@@ -65,9 +130,23 @@ void JobReader::read_head(Job& current, std::size_t job_index) {
         keywords.push(' ', KeywordText::no_line, 0);
         return index;
     };
-    if (first_view.find("++") != std::string::npos) {
+    if (double_plus) {
+        // "PM7 ++" and "CHARGE=1" read as "PM7 CHARGE=1", "PM7++" and "X" as
+        // "PM7X": each "++" becomes one blank, trailing blanks go, and the
+        // next line follows, behind one blank when a blank stood before the
+        // last "++". Repeats while a "++" was found.
         current.head = HeadForm::double_plus;
-        short_head = !join_double_plus(*this, keywords, current, job_index);
+        while (keywords.marked()) {
+            keywords.trim_blanks();
+            if (at_end()) {
+                short_head = true;
+                break;
+            }
+            const std::size_t index = take(LineRole::keywords, job_index);
+            ++current.keyword_line_count;
+            if (keywords.blank_before_mark()) keywords.push_joined(' ', KeywordText::no_line, 0);
+            keywords.append_joined(view(index), index);
+        }
     } else if (detail::contains_upper(first_view, "SETUP")) {
         current.head = HeadForm::setup;
         if (line_holds(first_view, " + ", false)) report_line(Issue::setup_with_plus, first);
@@ -102,18 +181,20 @@ void JobReader::read_head(Job& current, std::size_t job_index) {
         }
     }
 
-    // The continuation marks " + " go; the text is upper-cased and cut to 3000 bytes.
+    // The continuation marks " + " go; the text is upper-cased and cut to
+    // 3000 bytes. Only the bytes kept are looked at, and the one behind them.
     std::string& text = keywords.text;
-    for (std::size_t i = 1; i < text.size(); ++i) {
+    const std::size_t kept = std::min(text.size(), detail::keyword_string_limit);
+    for (std::size_t i = 1; i < kept; ++i) {
         if (text[i] == '+' && text[i - 1] == ' ' && (i + 1 == text.size() || text[i + 1] == ' ')) text[i] = ' ';
     }
-    for (char& c : text) c = detail::to_upper(c);
     if (text.size() > detail::keyword_string_limit) {
-        const std::size_t cut = keywords.line[detail::keyword_string_limit];
-        if (cut != KeywordText::no_line) report(Issue::keywords_too_long, cut, keywords.offset[detail::keyword_string_limit]);
+        const std::size_t cut = keywords.line(detail::keyword_string_limit);
+        if (cut != KeywordText::no_line) report(Issue::keywords_too_long, cut, keywords.offset(detail::keyword_string_limit));
         keywords.truncate(detail::keyword_string_limit);
     }
-    current.keywords = split_keywords(*this, keywords);
+    for (char& c : text) c = detail::to_upper(c);
+    current.keywords = split_keywords(job_, keywords);
 
     // Title and description. With one description line, it is the second one.
     for (std::size_t k = 0; k < descriptions && !short_head; ++k) {
@@ -137,36 +218,9 @@ void JobReader::read_head(Job& current, std::size_t job_index) {
 
 namespace {
 
-// "PM7 ++" and "CHARGE=1" read as "PM7 CHARGE=1", "PM7++" and "X" as "PM7X":
-// each "++" becomes one blank, trailing blanks go, and the next line follows,
-// behind one blank when a blank stood before the "++". Repeats while "++"
-// remains; false when the text ends first.
-bool join_double_plus(JobReader& reader, KeywordText& keywords, Job& current, std::size_t job_index) {
-    while (keywords.text.find("++") != std::string::npos) {
-        const std::size_t last = keywords.text.rfind("++");
-        const bool blank_before = last > 0 && keywords.text[last - 1] == ' ';
-        KeywordText joined;
-        for (std::size_t i = 0; i < keywords.text.size(); ++i) {
-            const bool mark = keywords.text[i] == '+' && i + 1 < keywords.text.size() && keywords.text[i + 1] == '+';
-            joined.push(mark ? ' ' : keywords.text[i], keywords.line[i], keywords.offset[i]);
-            if (mark) ++i;
-        }
-        std::size_t size = joined.text.size();
-        while (size > 0 && joined.text[size - 1] == ' ') --size;
-        joined.truncate(size);
-        keywords = std::move(joined);
-        if (reader.at_end()) return false;
-        const std::size_t index = reader.take(LineRole::keywords, job_index);
-        ++current.keyword_line_count;
-        if (blank_before) keywords.push(' ', KeywordText::no_line, 0);
-        keywords.append(reader.view(index), index);
-    }
-    return true;
-}
-
 // Words as the keyword queries cut them (quotes and parentheses hold blanks),
 // with "NAME = value" closed up and GEO-DAT and GEO-REF spelt with '_'.
-std::vector<JobKeyword> split_keywords(JobReader& reader, const KeywordText& keywords) {
+std::vector<JobKeyword> split_keywords(const MopacJob& job, const KeywordText& keywords) {
     struct Piece {
         std::size_t begin;
         std::size_t end;
@@ -192,14 +246,14 @@ std::vector<JobKeyword> split_keywords(JobReader& reader, const KeywordText& key
         }
         JobKeyword keyword;
         keyword.text = std::move(word);
-        const std::size_t line_index = keywords.line[piece.begin];
+        const std::size_t line_index = keywords.line(piece.begin);
         if (line_index != KeywordText::no_line) {
-            const std::string_view raw = reader.raw(line_index);
+            const std::string_view raw = job.line_text(line_index + 1);
             keyword.line = line_index + 1;
-            keyword.column = detail::file_column(raw, keywords.offset[piece.begin]);
+            keyword.column = detail::file_column(raw, keywords.offset(piece.begin));
             std::size_t last = piece.end - 1;
-            while (last > piece.begin && keywords.line[last] != line_index) --last;
-            keyword.length = detail::file_column(raw, keywords.offset[last]) + 1 - keyword.column;
+            while (last > piece.begin && keywords.line(last) != line_index) --last;
+            keyword.length = detail::file_column(raw, keywords.offset(last)) + 1 - keyword.column;
         }
         result.push_back(std::move(keyword));
     }

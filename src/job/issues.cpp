@@ -12,6 +12,7 @@ constexpr Severity warning = Severity::warning;
 
 constexpr std::array<IssueInfo, static_cast<std::size_t>(Issue::too_many_diagnostics) + 1> table = {{
     {"line-too-long", warning, "MOPAC reads only the first 2000 bytes of this line"},
+    {"geometry-line-too-long", warning, "MOPAC reads only the first 241 bytes of a geometry line"},
     {"lines-lost", warning, "MOPAC never sees this line: it skips from an over-long line to the next line feed"},
     {"no-arc-marker", warning, "no FINAL GEOMETRY OBTAINED marker in this .arc file: read from its first line"},
     {"data-pointer", warning, "DATA= on the first line: MOPAC reads its data set from {}"},

@@ -11,6 +11,7 @@ namespace vesk::input::mopac::detail {
 enum class Issue : unsigned char {
     // Lines
     line_too_long,
+    geometry_line_too_long,
     lines_lost,
     no_arc_marker,
     data_pointer,

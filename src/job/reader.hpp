@@ -1,10 +1,12 @@
-// The reading of a data set as MOPAC reads it, shared by its source files:
-// the driver (read_job.cpp), the head (head.cpp) and the geometry passes that
-// MopacJob repeats on demand (job_geometry.cpp).
+// The reading of a data set as MOPAC reads it. One JobReader builds one
+// MopacJob; its parts live in one source file each: the data set and the job
+// loop (read_job.cpp), the head (head.cpp), MOPAC's own geometry lines
+// (mopac_geometry.cpp), Gaussian Z-matrices and PDB records
+// (foreign_geometry.cpp) and the data behind a geometry (geometry_data.cpp).
+// The placement of the atoms is job_placement.cpp, shared with MopacJob.
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,52 +17,73 @@
 
 namespace vesk::input::mopac {
 
-/// Builds a MopacJob: line roles, jobs and diagnostics.
-struct JobReader {
-    explicit JobReader(MopacJob& target) : job(target) {}
+/// Builds a MopacJob: line roles, jobs, diagnostics and kept placements.
+class JobReader {
+public:
+    explicit JobReader(MopacJob& target) : job_(target) {}
 
+    /// Reads `text` into the target, which must be empty.
     void read(std::string&& text, const ReadOptions& options);
+    /// Leaves the target with the one error of a file that could not be read.
     void fail_read(std::string_view reason);
 
-    // MOPAC reads the lines from `first_data` on, less comments and the part
-    // of an over-long line it skips; `next` is the next of them to read,
-    // `end_of_data` one past the last (both indices into job.lines_).
-    MopacJob& job;
-    std::size_t first_data = 0;
-    std::size_t end_of_data = 0;
-    std::size_t next = 0;
-    std::string scratch;
-    std::size_t unlisted = 0;  // findings over the limit, counted only
-    std::size_t errors = 0;    // error findings so far
-    // The atoms of the geometry being read, kept for the checks and the
-    // placement unless they would take much more memory than their lines.
-    std::vector<detail::ParsedAtom> kept;
-    bool kept_all = true;
-    std::size_t kept_bytes = 0;
-
-    bool at_end() const noexcept { return next >= end_of_data; }
+private:
+    // Lines and their roles (read_job.cpp).
+    void read_jobs();
+    void finish();
+    bool at_end() const noexcept { return next_ >= end_of_data_; }
     bool is_data(std::size_t line_index) const noexcept;
-    /// The first line MOPAC reads at or after `line_index`, else end_of_data.
     std::size_t data_from(std::size_t line_index) const noexcept;
-    /// The index of the next line MOPAC reads, or one past the last line read.
-    std::size_t position() const noexcept;
+    std::size_t position() const noexcept { return at_end() ? end_of_data_ : next_; }
     std::string_view raw(std::size_t line_index) const noexcept;
-    /// The line as MOPAC holds it; valid until the next call.
     std::string_view view(std::size_t line_index);
-    /// Takes the next data line for `role` in job `job_index`; answers its index.
     std::size_t take(LineRole role, std::size_t job_index);
+    std::size_t arc_marker_from(std::size_t line_index);
     void report(detail::Issue issue, std::size_t line_index, std::size_t view_offset, std::string_view detail = {});
     void report_line(detail::Issue issue, std::size_t line_index, std::string_view detail = {});
+    void report_at_column(detail::Issue issue, std::size_t line_index, std::size_t column, std::string_view detail = {});
 
+    // The head (head.cpp).
     void read_head(Job& current, std::size_t job_index);
+
+    // MOPAC's own geometry lines (mopac_geometry.cpp).
     void read_geometry(Job& current, std::size_t job_index);
     void read_inline_geometry(Job& current, std::size_t job_index);
-    void read_foreign_geometry(Job& current, std::size_t job_index, bool pdb);
-    void read_data_behind_geometry(Job& current, std::size_t job_index, bool reaction_path);
+    bool skip_to_arc_geometry(Job& current, std::size_t job_index);
+    void read_second_geometry(const Job& current, std::size_t job_index);
+    void report_cut_geometry_line(std::size_t line_index, std::string_view line);
+    void report_line_issues(const std::vector<detail::LineIssue>& issues, std::size_t line_index);
     void start_keeping();
     void keep_lines(const detail::GeometrySettings& settings, std::size_t from, std::size_t to);
     void keep(const detail::ParsedAtom& atom, std::size_t line_index);
     void check_geometry(Job& current, std::size_t job_index, std::size_t errors_before);
+
+    // Gaussian Z-matrices and PDB records (foreign_geometry.cpp).
+    void read_foreign_geometry(Job& current, std::size_t job_index, bool pdb);
+    void read_gaussian_variables(const Job& current, std::size_t job_index);
+
+    // Symmetry data, reaction path points, SETPI pairs, microstates (geometry_data.cpp).
+    void read_data_behind_geometry(Job& current, std::size_t job_index, bool reaction_path);
+
+    MopacJob& job_;
+    // MOPAC reads the lines from `first_data_` on, less comments and the
+    // part of an over-long line it skips; `next_` is the next of them to
+    // read, `end_of_data_` one past the last (indices into job_.lines_).
+    std::size_t first_data_ = 0;
+    std::size_t end_of_data_ = 0;
+    std::size_t next_ = 0;
+    std::size_t last_filled_ = 0;    // one past the last data line that is not blank
+    // The last answer of arc_marker_from: asked from marker_from_, it was marker_at_.
+    std::size_t marker_from_ = static_cast<std::size_t>(-1);
+    std::size_t marker_at_ = 0;
+    std::string scratch_;
+    std::size_t unlisted_ = 0;  // findings over the limit, counted only
+    std::size_t errors_ = 0;    // error findings so far
+    // The atoms of the geometry being read, kept for the checks and the
+    // placement unless they would take much more memory than their lines.
+    std::vector<detail::ParsedAtom> kept_;
+    bool kept_all_ = true;
+    std::size_t kept_bytes_ = 0;
 };
 
 namespace detail {
@@ -71,36 +94,22 @@ GeometrySettings geometry_settings(const Job& job);
 /// Whether a job has a keyword whose text starts with `prefix` ("SYMM").
 bool has_keyword_prefix(const Job& job, std::string_view prefix) noexcept;
 
-/// An atomic number as a placement keeps it: 1 to 107, anything else 0 (an
-/// atom that geometry() leaves out either way).
-constexpr std::uint8_t placed_number(int atomic_number) noexcept {
-    return atomic_number >= 1 && atomic_number <= 107 ? static_cast<std::uint8_t>(atomic_number) : 0;
-}
-
 /// Whether the lines behind a job's geometry are symmetry data that MOPAC
 /// applies (SYMMETRY, SYMM, SYM); lines of numbers without it are read over.
 bool uses_symmetry(const Job& job);
 
-/// A symmetry line that could not be applied: its line index and why.
-struct SymmetryFault {
-    std::size_t line_index;
-    std::string reason;
-};
+/// Counts an atom of a geometry by its kind and its coordinates.
+void count_geometry_atom(GeometryCounts& counts, int atomic_number, bool internal);
 
-/// The atoms of a job read again from its lines, with symmetry data applied
-/// when `with_symmetry` (lines that cannot be applied go to `faults`).
-/// `line_indices` gets the line of each atom. Issues of the lines are not
-/// collected: the first reading reported them.
-void reread_atoms(const MopacJob& job, std::size_t job_index, bool with_symmetry, std::vector<ParsedAtom>& atoms,
-                  std::vector<std::size_t>* line_indices, std::vector<JobAtom>* described,
-                  std::vector<SymmetryFault>* faults = nullptr);
+/// Whether a view holds nothing but blanks.
+bool is_blank_view(std::string_view view) noexcept;
 
-/// Applies the symmetry lines of a job to its atoms, when it uses them.
-void apply_job_symmetry(const MopacJob& job, std::size_t job_index, std::vector<ParsedAtom>& atoms,
-                        std::vector<SymmetryFault>* faults);
+/// A line of numbers and nothing else ("3 1 4", "4.4, 4.3 4.2"), whole
+/// numbers only when `whole`.
+bool numbers_only(std::string_view view, bool whole) noexcept;
 
-/// The factor from the lengths of a job to Å: 1, or the Bohr radius.
-double length_factor(const Job& job);
+/// Whether a line holds one of the markers in front of an .arc file's geometry.
+bool holds_arc_marker(std::string_view line) noexcept;
 
 }  // namespace detail
 }  // namespace vesk::input::mopac

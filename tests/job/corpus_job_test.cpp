@@ -9,6 +9,7 @@
 
 #include "corpus.hpp"
 #include "job/placement.hpp"
+#include "job/job_placement.hpp"
 #include "job/reader.hpp"
 #include "vesk/core/fs.hpp"
 #include "vesk/input/mopac/job.hpp"

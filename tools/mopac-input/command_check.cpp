@@ -44,9 +44,11 @@ int run_check(const CheckOptions& options) {
     return for_each_file(options.files, [&options](SourceFile& file) {
         const std::vector<Diagnostic> findings = input::mopac::check_job(read_as_mopac(file));
         bool failing = false;
+        std::size_t errors = 0;
         std::string out;
         Json listed = Json::array();
         for (const Diagnostic& d : findings) {
+            errors += d.severity == input::mopac::Severity::error;
             failing = failing || d.severity == input::mopac::Severity::error || options.warnings_as_errors;
             if (options.json) {
                 listed.push_back(finding_json(d));
@@ -54,7 +56,14 @@ int run_check(const CheckOptions& options) {
                 out += finding_line(file.path, d);
             }
         }
-        if (options.json) out = json_line({{"file", file.path}, {"ok", !failing}, {"findings", listed}});
+        if (options.json) {
+            out = json_line({{"schema", json_schema_version},
+                             {"command", "check"},
+                             {"file", file.path},
+                             {"ok", !failing},
+                             {"counts", {{"errors", errors}, {"warnings", findings.size() - errors}}},
+                             {"findings", listed}});
+        }
         const bool written = write_result("", out);
         return failing || !written ? 1 : 0;
     });

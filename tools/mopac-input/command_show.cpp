@@ -3,10 +3,13 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include <charconv>
 #include <memory>
+#include <system_error>
 #include <string>
 #include <vector>
 
+#include <vesk/input/mopac/catalogue.hpp>
 #include <vesk/input/mopac/check.hpp>
 #include <vesk/input/mopac/document.hpp>
 #include <vesk/input/mopac/job.hpp>
@@ -89,9 +92,36 @@ const char* source_name(GeometrySource source) {
     return "none";
 }
 
-Json optional_value(const Job& job, std::string_view name) {
+// A keyword's value as a JSON number: CHARGE=-1 -> -1, MS=0.5 -> 0.5; null
+// without the keyword or where its value is no number (the check says so).
+Json number_value(const Job& job, std::string_view name) {
     const auto value = job.keyword_value(name);
-    return value ? Json(*value) : Json();
+    if (!value || value->empty()) return Json();
+    double number = 0.0;
+    const char* end = value->data() + value->size();
+    const auto [stop, error] = std::from_chars(value->data(), end, number);
+    if (error != std::errc() || stop != end) return Json();
+    if (number == static_cast<double>(static_cast<long long>(number))) return Json(static_cast<long long>(number));
+    return Json(number);
+}
+
+// The multiplicity the keywords state: a spin-state name, or 2 MS + 1.
+Json multiplicity_of(const Job& job) {
+    for (const auto& keyword : job.keywords) {
+        const unsigned int named = input::mopac::spin_state_multiplicity(input::mopac::normalize_keyword_name(keyword.text));
+        if (named != 0) return named;
+    }
+    const Json ms = number_value(job, "MS");
+    return ms.is_number() ? Json(static_cast<long long>(2 * ms.get<double>() + 1.5)) : Json();
+}
+
+// The Hamiltonian MOPAC runs: the first method keyword's, PM7 without one.
+std::string method_of(const Job& job) {
+    for (const auto& keyword : job.keywords) {
+        const std::string name = input::mopac::normalize_keyword_name(keyword.text);
+        if (input::mopac::is_mopac_method(name)) return std::string(input::mopac::mopac_method_runs(name));
+    }
+    return "PM7";
 }
 
 Json describe_job(const MopacJob& reading, std::size_t index) {
@@ -111,9 +141,12 @@ Json describe_job(const MopacJob& reading, std::size_t index) {
     }
     Json vectors = Json::array();
     for (const auto& vector : reading.translation_vectors(index)) vectors.push_back({vector[0], vector[1], vector[2]});
-    return {{"keywords", keywords},
-            {"charge", optional_value(job, "CHARGE")},
-            {"ms", optional_value(job, "MS")},
+    return {{"number", index + 1},
+            {"keywords", keywords},
+            {"method", method_of(job)},
+            {"charge", job.has_keyword("CHARGE") ? number_value(job, "CHARGE") : Json(0)},
+            {"ms", number_value(job, "MS")},
+            {"multiplicity", multiplicity_of(job)},
             {"aux", aux},
             {"title", job.title.text},
             {"title_line", job.title.line},
@@ -122,6 +155,7 @@ Json describe_job(const MopacJob& reading, std::size_t index) {
             {"geometry", source_name(job.source)},
             {"source_file", job.source_name.empty() ? Json() : Json(job.source_name)},
             {"atoms", counts.atoms},
+            {"translation_vector_count", counts.translation_vectors},
             {"atoms_by_element", by_element},
             {"internal", counts.internal},
             {"cartesian", counts.cartesian},
@@ -138,10 +172,14 @@ Json describe(const std::string& path, const MopacJob& job, const std::vector<Di
     }
     Json jobs = Json::array();
     for (std::size_t k = 0; k < job.jobs().size(); ++k) jobs.push_back(describe_job(job, k));
-    return {{"file", path},
+    return {{"schema", json_schema_version},
+            {"command", "show"},
+            {"file", path},
             {"ok", errors == 0},
             {"errors", errors},
             {"warnings", findings.size() - errors},
+            {"counts", {{"jobs", job.jobs().size()}, {"lines", job.lines().size()}, {"errors", errors},
+                        {"warnings", findings.size() - errors}}},
             {"lines", job.lines().size()},
             {"jobs", jobs},
             {"findings", listed}};

@@ -30,6 +30,10 @@ void add_edit_options(CLI::App& command, EditRequest& request);
 /// --width BYTES, the keyword line width of a layout anew.
 void add_width_option(CLI::App& command, std::optional<unsigned long long>& width);
 
+/// The version of the JSON objects the commands print ("schema" in each),
+/// described by tools/mopac-input/mopac-input.schema.json.
+inline constexpr const char* json_schema_version = "mopac-input/1";
+
 /// One JSON object on one line; bytes that are not UTF-8 are replaced, not refused.
 std::string json_line(const nlohmann::json& value);
 

@@ -49,6 +49,12 @@ struct JobLine {
     std::uint32_t job = 0;  ///< index of the job in MopacJob::jobs() the line belongs to
 };
 
+/// Member-wise comparison.
+inline bool operator==(const JobLine& a, const JobLine& b) noexcept {
+    return a.offset == b.offset && a.length == b.length && a.end == b.end && a.role == b.role && a.job == b.job;
+}
+inline bool operator!=(const JobLine& a, const JobLine& b) noexcept { return !(a == b); }
+
 /// How sure a diagnostic is that the run goes wrong.
 enum class Severity : std::uint8_t {
     warning,  ///< MOPAC reads the text, but probably not as its author meant
@@ -65,6 +71,13 @@ struct Diagnostic {
     std::string suggestion;  ///< what to write instead, where there is something to suggest
 };
 
+/// Member-wise comparison.
+inline bool operator==(const Diagnostic& a, const Diagnostic& b) noexcept {
+    return a.severity == b.severity && a.code == b.code && a.line == b.line && a.column == b.column &&
+           a.message == b.message && a.suggestion == b.suggestion;
+}
+inline bool operator!=(const Diagnostic& a, const Diagnostic& b) noexcept { return !(a == b); }
+
 /// One keyword as MOPAC sees it: upper-cased, "NAME = value" closed up to
 /// "NAME=value", GEO-DAT spelt GEO_DAT.
 struct JobKeyword {
@@ -73,6 +86,12 @@ struct JobKeyword {
     std::size_t column = 0;  ///< 1-based byte column of its first byte in that line
     std::size_t length = 0;  ///< bytes it covers in that line (one line; a "++" join may split a word)
 };
+
+/// Member-wise comparison.
+inline bool operator==(const JobKeyword& a, const JobKeyword& b) noexcept {
+    return a.text == b.text && a.line == b.line && a.column == b.column && a.length == b.length;
+}
+inline bool operator!=(const JobKeyword& a, const JobKeyword& b) noexcept { return !(a == b); }
 
 /// The form of the keyword head.
 enum class HeadForm : std::uint8_t {
@@ -100,6 +119,10 @@ struct JobText {
     std::size_t line = 0;  ///< 0 when the head has no such line
 };
 
+/// Member-wise comparison.
+inline bool operator==(const JobText& a, const JobText& b) noexcept { return a.text == b.text && a.line == b.line; }
+inline bool operator!=(const JobText& a, const JobText& b) noexcept { return !(a == b); }
+
 /// Counts of what a geometry holds, by line.
 struct GeometryCounts {
     std::size_t atoms = 0;                ///< real atoms, sparkles and capped bonds
@@ -109,6 +132,13 @@ struct GeometryCounts {
     std::size_t cartesian = 0;            ///< lines in Cartesian coordinates
     std::array<std::size_t, 108> by_atomic_number{};  ///< index = atomic number, 99 dummies, 107 Tv
 };
+
+/// Member-wise comparison.
+inline bool operator==(const GeometryCounts& a, const GeometryCounts& b) noexcept {
+    return a.atoms == b.atoms && a.dummies == b.dummies && a.translation_vectors == b.translation_vectors &&
+           a.internal == b.internal && a.cartesian == b.cartesian && a.by_atomic_number == b.by_atomic_number;
+}
+inline bool operator!=(const GeometryCounts& a, const GeometryCounts& b) noexcept { return !(a == b); }
 
 /// One job of the file. Most files hold one; MOPAC runs several in turn.
 struct Job {
@@ -131,6 +161,15 @@ struct Job {
     VESK_MOPAC_API std::optional<std::string> keyword_value(std::string_view name) const;
 };
 
+/// Member-wise comparison.
+inline bool operator==(const Job& a, const Job& b) noexcept {
+    return a.keywords == b.keywords && a.head == b.head && a.first_keyword_line == b.first_keyword_line &&
+           a.keyword_line_count == b.keyword_line_count && a.title == b.title && a.description == b.description &&
+           a.source == b.source && a.source_name == b.source_name && a.geometry_begin == b.geometry_begin &&
+           a.geometry_end == b.geometry_end && a.bohr == b.bohr && a.counts == b.counts;
+}
+inline bool operator!=(const Job& a, const Job& b) noexcept { return !(a == b); }
+
 /// How the coordinates of an atom line are given.
 enum class CoordinateForm : std::uint8_t {
     cartesian,  ///< x, y, z
@@ -150,6 +189,14 @@ struct JobAtom {
     std::array<std::size_t, 3> connectivity{};  ///< na nb nc, 1-based atom numbers, 0 for none
     std::string extra;                   ///< columns behind those MOPAC reads (charges), as written
 };
+
+/// Member-wise comparison (values compare as doubles do).
+inline bool operator==(const JobAtom& a, const JobAtom& b) noexcept {
+    return a.line == b.line && a.atomic_number == b.atomic_number && a.symbol == b.symbol && a.label == b.label &&
+           a.isotope_mass == b.isotope_mass && a.form == b.form && a.values == b.values && a.flags == b.flags &&
+           a.connectivity == b.connectivity && a.extra == b.extra;
+}
+inline bool operator!=(const JobAtom& a, const JobAtom& b) noexcept { return !(a == b); }
 
 /// The symbol of an atomic number of MOPAC's table, as MOPAC spells it: "C",
 /// "Cl", "XX" (99), "+3" (100), "Cb" (102), "Tv" (107); empty outside 1-107.
@@ -199,7 +246,7 @@ public:
     VESK_MOPAC_API std::vector<std::array<double, 3>> translation_vectors(std::size_t job = 0) const;
 
 private:
-    friend struct JobReader;
+    friend class JobReader;
     // Where the reading placed the atoms of a job, when it could keep them:
     // the same answer geometry() would work out again from the lines.
     struct Placed {
