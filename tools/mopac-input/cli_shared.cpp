@@ -9,6 +9,7 @@
 
 #include "commands.hpp"
 #include "edits.hpp"
+#include "files.hpp"
 #include "text.hpp"
 
 namespace vesk::tools {
@@ -47,6 +48,15 @@ void add_edit_options(CLI::App& command, EditRequest& request) {
     add_whole_number(command, "--width", 0, LLONG_MAX,
                      [&request](long long w) { request.width = static_cast<unsigned long long>(w); },
                      "Keyword line width in bytes (default 78; 0 puts each keyword on a line of its own)");
+}
+
+void add_input_limit_option(CLI::App& command) {
+    add_whole_number(command, "--max-size", 1, LLONG_MAX,
+                     [](long long bytes) { set_input_limit(static_cast<std::size_t>(bytes)); },
+                     "Refuse an input larger than this many bytes, before it fills memory (default " +
+                         std::to_string(default_input_limit) + ", " + std::to_string(default_input_limit >> 20) +
+                         " MiB)")
+        ->type_name("BYTES");
 }
 
 std::string json_line(const nlohmann::json& value) {

@@ -57,7 +57,7 @@ int run_check(const CheckOptions& options) {
         if (options.json) out = json_line({{"file", file.path}, {"ok", !failing}, {"findings", listed}});
         const bool written = write_result("", out);
         return failing || !written ? 1 : 0;
-    });
+    }, ReadRules{false, true});
 }
 
 }  // namespace

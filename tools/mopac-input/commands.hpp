@@ -26,6 +26,9 @@ void add_check_command(CLI::App& app, int& status);
 /// The keyword and head options that `edit` and `new` share, filling `request`.
 void add_edit_options(CLI::App& command, EditRequest& request);
 
+/// --max-size BYTES, the largest input `command` reads (set_input_limit).
+void add_input_limit_option(CLI::App& command);
+
 /// One JSON object on one line; bytes that are not UTF-8 are replaced, not refused.
 std::string json_line(const nlohmann::json& value);
 
