@@ -284,6 +284,9 @@ int replace_file(const std::string& path, std::string_view content, const FileId
     } else {
         return errno;
     }
+    // Any write here clears what killed writers left, whether it writes or not.
+    const std::string directory = directory_of(target);
+    remove_stale_temporaries(directory);
     if (expected != nullptr) {
         if ((exists ? identity_of(existing) : FileIdentity{}) != *expected) return ESTALE;
         if (exists && holds(target, existing, content)) {
@@ -292,8 +295,6 @@ int replace_file(const std::string& path, std::string_view content, const FileId
         }
     }
 
-    const std::string directory = directory_of(target);
-    remove_stale_temporaries(directory);
     TemporaryFile temporary;
     int code = temporary.create(directory);
     if (code == 0) code = write_all(temporary.fd(), content);
