@@ -419,7 +419,10 @@ int TemporaryFile::create(const std::string& directory) {
         fd_ = open_retrying(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
         if (fd_ < 0 && errno != EEXIST) return errno;
         if (fd_ < 0) continue;
-        if (int code = lock()) return code;
+        if (int code = lock()) {
+            ::unlink(path.c_str());
+            return code;
+        }
         // Named before it was locked: another writer may have taken it for a
         // leftover and removed it in that instant. Then it is made anew.
         struct stat file {};
@@ -438,7 +441,8 @@ int TemporaryFile::create(const std::string& directory) {
 int TemporaryFile::lock() {
     lock_ = ::fcntl(fd_, F_DUPFD_CLOEXEC, 0);
     if (lock_ < 0) return errno;
-    // A file no one else has opened yet: this does not wait.
+    // Unnamed, or named an instant ago: this waits at most for another
+    // writer that found the name unlocked and is removing it.
     while (::flock(lock_, LOCK_EX) != 0) {
         if (errno != EINTR) return errno;
     }

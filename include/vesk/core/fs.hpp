@@ -164,6 +164,8 @@ enum class WriteOutcome {
 ///
 /// Programs that do not lock can still change the file between the last
 /// check and the rename; the check makes that window a few system calls wide.
+/// Where file times are coarse (a clock tick), a rewrite to the same size
+/// within the tick of the read keeps the identity.
 VESK_CORE_FS_API WriteOutcome write_text_file_atomic(const std::string& path, std::string_view content,
                                                      const FileIdentity& expected, std::error_code& error);
 
