@@ -17,7 +17,8 @@ int main(int argc, char** argv) {
     std::signal(SIGXFSZ, SIG_IGN);
     vesk::tools::guard_standard_streams();
     CLI::App app{"Inspect, check, edit and create MOPAC input files.\n"
-                 "Files are read whole and written atomically; '-' reads standard input."};
+                 "Files are read whole and written atomically; '-' reads standard input. An input is a regular\n"
+                 "text file (no NUL byte) of at most 256 MiB unless --max-size BYTES says otherwise."};
     app.set_version_flag("--version", "mopac-input " MOPAC_INPUT_VERSION);
     app.require_subcommand(1);
     int status = 0;
