@@ -13,4 +13,7 @@ cmake --workflow --preset dev
 if [ "${1:-}" = "--quick" ]; then
     exit 0
 fi
+# Edits in place killed at each of their system calls leave no temporary file
+# once the next run has been.
+bash scripts/strace-kill-loop.sh build/dev 200
 cmake --workflow --preset asan-ubsan

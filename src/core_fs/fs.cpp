@@ -1,12 +1,15 @@
 // Whole-file reads and atomic whole-file replacement on POSIX systems.
 #include "vesk/core/fs.hpp"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <pthread.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -14,8 +17,12 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <set>
 #include <string>
 #include <system_error>
+#include <tuple>
 #include <utility>
 
 namespace vesk::core::fs {
@@ -23,7 +30,15 @@ namespace {
 
 [[noreturn]] void fail_read(const std::string& path, int error);
 int open_retrying(const char* path, int flags, mode_t mode) noexcept;
-int replace_file(const std::string& path, std::string_view content);
+int read_all(int fd, std::string& text, std::size_t max_size);
+FileIdentity identity_of(const struct stat& info) noexcept;
+int replace_file(const std::string& path, std::string_view content, const FileIdentity* expected,
+                 bool* unchanged = nullptr);
+bool holds(const std::string& path, const struct stat& file, std::string_view content);
+bool still_is(const std::string& path, const FileIdentity& expected) noexcept;
+int keep_owner(int fd, const struct stat& old) noexcept;
+void remove_stale_temporaries(const std::string& directory);
+bool is_temporary_name(const char* name) noexcept;
 int resolve_link(const std::string& path, std::string& target);
 std::string directory_of(const std::string& path);
 mode_t current_umask();
@@ -42,6 +57,7 @@ public:
         if (fd_ >= 0) ::close(fd_);
     }
     int get() const noexcept { return fd_; }
+    int release() noexcept { return std::exchange(fd_, -1); }
 
 private:
     int fd_;
@@ -52,6 +68,10 @@ private:
 // Linux) the file has no name until then, so a process killed on the way
 // leaves nothing behind; elsewhere it is created under a fresh name. A name
 // it was given is removed again unless the file was renamed over its target.
+//
+// From before it has a name until that name is gone, the file is locked
+// (flock) through a second descriptor that outlives the writing one: a name
+// found unlocked is what a killed writer left (remove_stale_temporaries).
 class TemporaryFile {
 public:
     TemporaryFile() = default;
@@ -59,7 +79,8 @@ public:
     TemporaryFile& operator=(const TemporaryFile&) = delete;
     ~TemporaryFile() {
         if (fd_ >= 0) ::close(fd_);
-        if (!path_.empty()) ::unlink(path_.c_str());
+        if (!path_.empty()) ::unlink(path_.c_str());  // still locked: no one else removes it meanwhile
+        if (lock_ >= 0) ::close(lock_);
     }
 
     int fd() const noexcept { return fd_; }
@@ -68,7 +89,10 @@ public:
     int rename_to(const std::string& target);
 
 private:
+    int lock();
+
     int fd_ = -1;
+    int lock_ = -1;     // the same open file, holding the lock
     std::string path_;  // empty while the file has no name
 };
 
@@ -107,34 +131,84 @@ private:
 
 }  // namespace
 
-std::string read_text_file(const std::string& path) {
-    const int raw = open_retrying(path.c_str(), O_RDONLY | O_CLOEXEC, 0);
-    if (raw < 0) fail_read(path, errno);
-    Descriptor fd(raw);
+FileLock::FileLock(FileLock&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
 
-    std::string content;
-    struct stat info {};
-    if (::fstat(fd.get(), &info) == 0 && S_ISREG(info.st_mode) && info.st_size > 0) {
-        content.reserve(static_cast<std::size_t>(info.st_size));
+FileLock& FileLock::operator=(FileLock&& other) noexcept {
+    if (this != &other) {
+        if (fd_ >= 0) ::close(fd_);
+        fd_ = std::exchange(other.fd_, -1);
     }
-    // Read to the end whatever fstat said: pipes and /proc files report no size.
-    char buffer[65536];
+    return *this;
+}
+
+FileLock::~FileLock() {
+    if (fd_ >= 0) ::close(fd_);
+}
+
+std::string read_text_file(const std::string& path) { return read_text_file(path, ReadOptions{}).text; }
+
+FileSnapshot read_text_file(const std::string& path, const ReadOptions& options) {
+    const int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY | (options.regular_only ? O_NONBLOCK : 0);
     for (;;) {
-        ssize_t n = ::read(fd.get(), buffer, sizeof buffer);
-        if (n > 0) {
-            content.append(buffer, static_cast<std::size_t>(n));
-        } else if (n == 0) {
-            break;
-        } else if (errno != EINTR) {
-            fail_read(path, errno);
+        Descriptor fd(open_retrying(path.c_str(), flags, 0));
+        struct stat info {};
+        if (fd.get() < 0 || ::fstat(fd.get(), &info) != 0) fail_read(path, errno);
+        if (options.regular_only && !S_ISREG(info.st_mode)) fail_read(path, S_ISDIR(info.st_mode) ? EISDIR : EINVAL);
+        if (options.lock) {
+            // While this waited, the holder may have renamed its result over
+            // the path: then the file locked is no longer the one named.
+            int locked = 0;
+            while ((locked = ::flock(fd.get(), LOCK_EX)) != 0 && errno == EINTR) {
+            }
+            struct stat named {};
+            if (locked != 0 || ::fstat(fd.get(), &info) != 0 || ::stat(path.c_str(), &named) != 0) {
+                fail_read(path, errno);
+            }
+            if (info.st_dev != named.st_dev || info.st_ino != named.st_ino) continue;
         }
+        if (S_ISREG(info.st_mode) && static_cast<std::uintmax_t>(info.st_size) > options.max_size) {
+            fail_read(path, EFBIG);
+        }
+        FileSnapshot snapshot;
+        // Read to the end whatever fstat said: pipes and /proc files report no size.
+        if (S_ISREG(info.st_mode) && info.st_size > 0) snapshot.text.reserve(static_cast<std::size_t>(info.st_size));
+        if (int code = read_all(fd.get(), snapshot.text, options.max_size)) fail_read(path, code);
+        // As it was before the read: a change while reading shows as another identity.
+        snapshot.identity = identity_of(info);
+        if (options.lock) snapshot.lock = FileLock(fd.release());
+        return snapshot;
     }
-    return content;
+}
+
+bool read_descriptor(int fd, std::string& text, std::size_t max_size, std::error_code& error) {
+    const int code = read_all(fd, text, max_size);
+    error = code == 0 ? std::error_code() : std::error_code(code, std::generic_category());
+    return code == 0;
 }
 
 bool write_text_file_atomic(const std::string& path, std::string_view content,
                             std::error_code& error) {
-    const int code = replace_file(path, content);
+    const int code = replace_file(path, content, nullptr);
+    error = code == 0 ? std::error_code() : std::error_code(code, std::generic_category());
+    return code == 0;
+}
+
+WriteOutcome write_text_file_atomic(const std::string& path, std::string_view content, const FileIdentity& expected,
+                                    std::error_code& error) {
+    bool unchanged = false;
+    const int code = replace_file(path, content, &expected, &unchanged);
+    error = code == 0 ? std::error_code() : std::error_code(code, std::generic_category());
+    return code != 0 ? WriteOutcome::failed : unchanged ? WriteOutcome::unchanged : WriteOutcome::written;
+}
+
+bool write_output_file(const std::string& path, std::string_view content, std::error_code& error) {
+    struct stat info {};
+    if (path.empty() || ::stat(path.c_str(), &info) != 0 || !S_ISCHR(info.st_mode)) {
+        return write_text_file_atomic(path, content, error);
+    }
+    Descriptor fd(open_retrying(path.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC, 0));
+    int code = fd.get() < 0 ? errno : write_all(fd.get(), content);
+    if (code == 0 && ::close(fd.release()) != 0) code = errno;
     error = code == 0 ? std::error_code() : std::error_code(code, std::generic_category());
     return code == 0;
 }
@@ -158,9 +232,40 @@ int open_retrying(const char* path, int flags, mode_t mode) noexcept {
     return fd;
 }
 
+int read_all(int fd, std::string& text, std::size_t max_size) {
+    char buffer[65536];
+    for (std::size_t room = max_size;;) {
+        // One byte past the room tells a file that is too large from one that fits exactly.
+        const std::size_t want = room >= sizeof buffer ? sizeof buffer : room + 1;
+        const ssize_t n = ::read(fd, buffer, want);
+        if (n > 0) {
+            if (static_cast<std::size_t>(n) > room) return EFBIG;
+            text.append(buffer, static_cast<std::size_t>(n));
+            room -= static_cast<std::size_t>(n);
+        } else if (n == 0) {
+            return 0;
+        } else if (errno != EINTR) {
+            return errno;
+        }
+    }
+}
+
+FileIdentity identity_of(const struct stat& info) noexcept {
+    const auto ns = [](const struct timespec& t) { return static_cast<std::int64_t>(t.tv_sec) * 1000000000 + t.tv_nsec; };
+    FileIdentity identity;
+    identity.device = static_cast<std::uint64_t>(info.st_dev);
+    identity.inode = static_cast<std::uint64_t>(info.st_ino);
+    identity.size = static_cast<std::int64_t>(info.st_size);
+    identity.modified_ns = ns(info.st_mtim);
+    identity.changed_ns = ns(info.st_ctim);
+    return identity;
+}
+
 // Answers 0 once `content` is in place at `path`, else the errno of the step
-// that failed, with the target as it was.
-int replace_file(const std::string& path, std::string_view content) {
+// that failed, with the target as it was. With `expected`, the target must be
+// that file (ESTALE otherwise), and one that holds `content` already is left
+// alone with `unchanged` set.
+int replace_file(const std::string& path, std::string_view content, const FileIdentity* expected, bool* unchanged) {
     if (path.empty()) return ENOENT;
     // Writing through a symbolic link replaces the file it names and keeps the link.
     std::string target;
@@ -169,7 +274,8 @@ int replace_file(const std::string& path, std::string_view content) {
     // A replaced file keeps its permission bits; a new one gets those of any new file.
     mode_t mode = 0;
     struct stat existing {};
-    if (::stat(target.c_str(), &existing) == 0) {
+    const bool exists = ::stat(target.c_str(), &existing) == 0;
+    if (exists) {
         if (S_ISDIR(existing.st_mode)) return EISDIR;
         if (!S_ISREG(existing.st_mode)) return EINVAL;  // a device, a FIFO, a socket
         mode = existing.st_mode & 07777;
@@ -178,20 +284,115 @@ int replace_file(const std::string& path, std::string_view content) {
     } else {
         return errno;
     }
-
+    // Any write here clears what killed writers left, whether it writes or not.
     const std::string directory = directory_of(target);
+    remove_stale_temporaries(directory);
+    if (expected != nullptr) {
+        if ((exists ? identity_of(existing) : FileIdentity{}) != *expected) return ESTALE;
+        if (exists && holds(target, existing, content)) {
+            *unchanged = true;
+            return 0;
+        }
+    }
+
     TemporaryFile temporary;
     int code = temporary.create(directory);
     if (code == 0) code = write_all(temporary.fd(), content);
+    // The owner before the bits: chown clears the set-ID bits, and they are
+    // only for a file that has its old owner and group.
+    if (code == 0 && exists) code = keep_owner(temporary.fd(), existing);
     // The final bits only once the content is complete, and synced with it.
     if (code == 0 && ::fchmod(temporary.fd(), mode) != 0) code = errno;
     if (code == 0 && ::fsync(temporary.fd()) != 0) code = errno;
     if (code == 0) code = temporary.name_and_close(directory);
+    if (code == 0 && expected != nullptr && !still_is(target, *expected)) code = ESTALE;
     if (code == 0) code = temporary.rename_to(target);
     if (code != 0) return code;
     // The target holds the new content now, whatever follows.
     sync_directory(directory);
     return 0;
+}
+
+// Whether the regular file `file` at `path` holds exactly `content`.
+bool holds(const std::string& path, const struct stat& file, std::string_view content) {
+    if (static_cast<std::uintmax_t>(file.st_size) != content.size()) return false;
+    Descriptor fd(open_retrying(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0));
+    struct stat opened {};
+    if (fd.get() < 0 || ::fstat(fd.get(), &opened) != 0 || opened.st_ino != file.st_ino ||
+        opened.st_dev != file.st_dev) {
+        return false;
+    }
+    char buffer[65536];
+    for (;;) {
+        const ssize_t n = ::read(fd.get(), buffer, sizeof buffer);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return n == 0 && content.empty();
+        if (static_cast<std::size_t>(n) > content.size() ||
+            std::memcmp(buffer, content.data(), static_cast<std::size_t>(n)) != 0) {
+            return false;
+        }
+        content.remove_prefix(static_cast<std::size_t>(n));
+    }
+}
+
+bool still_is(const std::string& path, const FileIdentity& expected) noexcept {
+    struct stat now {};
+    if (::stat(path.c_str(), &now) == 0) return identity_of(now) == expected;
+    return errno == ENOENT && !expected.exists();
+}
+
+// Gives the new file the old one's owner and group, where they differ (as
+// root, or a group of the writer's own); EPERM where that is not allowed.
+int keep_owner(int fd, const struct stat& old) noexcept {
+    struct stat now {};
+    if (::fstat(fd, &now) != 0) return errno;
+    if (now.st_uid == old.st_uid && now.st_gid == old.st_gid) return 0;
+    if (::fchown(fd, old.st_uid, old.st_gid) == 0) return 0;
+    return errno == EINVAL ? EPERM : errno;  // EINVAL: an id this user namespace does not map
+}
+
+// Removes the temporary files in `directory` that killed writers left: named
+// as ours, regular, of this user (any, for root, who gives them away), and
+// locked by no one. Once per directory and process, so that a batch of
+// writes in one directory lists it once; the directory is known by its path
+// too, as a directory made anew may get the inode of one removed.
+void remove_stale_temporaries(const std::string& directory) {
+    static std::mutex mutex;
+    static std::set<std::tuple<dev_t, ino_t, std::string>> cleaned;
+    DIR* listing = ::opendir(directory.c_str());
+    if (listing == nullptr) return;  // a directory that cannot be read is not cleaned
+    const int at = ::dirfd(listing);
+    struct stat self {};
+    bool first = false;
+    if (::fstat(at, &self) == 0) {
+        const std::lock_guard<std::mutex> hold(mutex);
+        first = cleaned.emplace(self.st_dev, self.st_ino, directory).second;
+    }
+    const uid_t user = ::geteuid();
+    while (const struct dirent* entry = first ? ::readdir(listing) : nullptr) {
+        if (!is_temporary_name(entry->d_name)) continue;
+        Descriptor file(::openat(at, entry->d_name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+        struct stat found {};
+        struct stat named {};
+        if (file.get() < 0 || ::fstat(file.get(), &found) != 0 || !S_ISREG(found.st_mode) ||
+            (user != 0 && found.st_uid != user) || ::flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
+            continue;
+        }
+        // Only while that name still leads to the file found unlocked.
+        if (::fstatat(at, entry->d_name, &named, AT_SYMLINK_NOFOLLOW) == 0 && named.st_dev == found.st_dev &&
+            named.st_ino == found.st_ino) {
+            ::unlinkat(at, entry->d_name, 0);
+        }
+    }
+    ::closedir(listing);
+}
+
+// ".vesk-" 16 lowercase hex digits ".tmp", as temporary_path() makes them.
+bool is_temporary_name(const char* name) noexcept {
+    if (std::strlen(name) != 26 || std::strncmp(name, ".vesk-", 6) != 0 || std::strcmp(name + 22, ".tmp") != 0) {
+        return false;
+    }
+    return std::all_of(name + 6, name + 22, [](char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f'); });
 }
 
 // Creates the file in `directory`, unnamed where the file system allows it.
@@ -205,7 +406,7 @@ int TemporaryFile::create(const std::string& directory) {
         struct stat through_proc {};
         if (::fstat(fd_, &file) == 0 && ::stat(proc_fd_path(fd_).c_str(), &through_proc) == 0 &&
             file.st_dev == through_proc.st_dev && file.st_ino == through_proc.st_ino) {
-            return 0;
+            return lock();  // before it has a name
         }
         ::close(fd_);
         fd_ = -1;
@@ -216,13 +417,36 @@ int TemporaryFile::create(const std::string& directory) {
     for (int attempt = 0; attempt < 100; ++attempt) {
         std::string path = temporary_path(directory);
         fd_ = open_retrying(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-        if (fd_ >= 0) {
+        if (fd_ < 0 && errno != EEXIST) return errno;
+        if (fd_ < 0) continue;
+        if (int code = lock()) {
+            ::unlink(path.c_str());
+            return code;
+        }
+        // Named before it was locked: another writer may have taken it for a
+        // leftover and removed it in that instant. Then it is made anew.
+        struct stat file {};
+        struct stat named {};
+        if (::fstat(fd_, &file) == 0 && ::stat(path.c_str(), &named) == 0 && file.st_dev == named.st_dev &&
+            file.st_ino == named.st_ino) {
             path_ = std::move(path);
             return 0;
         }
-        if (errno != EEXIST) return errno;
+        ::close(std::exchange(lock_, -1));
+        ::close(std::exchange(fd_, -1));
     }
     return EEXIST;
+}
+
+int TemporaryFile::lock() {
+    lock_ = ::fcntl(fd_, F_DUPFD_CLOEXEC, 0);
+    if (lock_ < 0) return errno;
+    // Unnamed, or named an instant ago: this waits at most for another
+    // writer that found the name unlocked and is removing it.
+    while (::flock(lock_, LOCK_EX) != 0) {
+        if (errno != EINTR) return errno;
+    }
+    return 0;
 }
 
 // Gives an unnamed file a fresh name in `directory`, then closes it: some

@@ -2,7 +2,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <grp.h>
+#include <sys/file.h>
 #include <pthread.h>
 #include <sched.h>
 #include <sys/mount.h>
@@ -265,7 +267,8 @@ TEST(write_text_file_atomic, answers_what_the_directory_permissions_allow) {
         ASSERT_EQ(::mkdir(sub.c_str(), 0755), 0);
         std::ofstream(path) << "old bytes\n";
         ASSERT_EQ(::chmod(path.c_str(), 0666), 0);
-        ASSERT_TRUE(!root || ::chown(sub.c_str(), 65534, 65534) == 0);  // the writer's own directory
+        // The writer's own directory and file.
+        ASSERT_TRUE(!root || (::chown(sub.c_str(), 65534, 65534) == 0 && ::chown(path.c_str(), 65534, 65534) == 0));
         ASSERT_EQ(::chmod(sub.c_str(), c.mode), 0);
         const int status = in_child([&] {
             if (root && (::setgroups(0, nullptr) != 0 || ::setgid(65534) != 0 || ::setuid(65534) != 0)) return 255;
@@ -279,6 +282,170 @@ TEST(write_text_file_atomic, answers_what_the_directory_permissions_allow) {
         EXPECT_EQ(read_text_file(path), c.content);
         EXPECT_EQ(TempDir::list(sub), Names{"target.mop"});
     }
+}
+
+// As root a replaced file went to root with its set-id bits: another user's
+// setuid program came back setuid root. An unprivileged writer took over a
+// file of another user that it could write. The owner and group are kept,
+// or the file is not replaced (EPERM). Needs root to give files away.
+TEST(write_text_file_atomic, keeps_the_owner_and_group_or_refuses) {
+    if (::geteuid() != 0) GTEST_SKIP() << "\n*** SKIPPED: giving a file to another user needs root ***";
+    const struct {
+        const char* name;
+        uid_t writer;  // 0: root; else the writer drops to this user
+        int reason;
+        const char* content;
+    } cases[] = {
+        {"root replaces another user's set-id file", 0, 0, "new\n"},
+        {"a user cannot keep another user's ownership", 65533, EPERM, "old\n"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        TempDir dir;
+        ASSERT_EQ(::chmod(dir.path().c_str(), 0777), 0);
+        const std::string path = dir.write("target.mop", "old\n");
+        ASSERT_EQ(::chown(path.c_str(), 65534, 65534), 0);
+        ASSERT_EQ(::chmod(path.c_str(), c.writer == 0 ? 06755 : 0666), 0);
+        const int status = in_child([&] {
+            if (c.writer != 0 && (::setgroups(0, nullptr) != 0 || ::setgid(c.writer) != 0 || ::setuid(c.writer) != 0)) {
+                return 255;
+            }
+            std::error_code error;
+            write_text_file_atomic(path, "new\n", error);
+            return error.value();
+        });
+        EXPECT_EQ(status, c.reason);
+        struct stat info {};
+        ASSERT_EQ(::stat(path.c_str(), &info), 0);
+        EXPECT_EQ(info.st_uid, 65534u);
+        EXPECT_EQ(info.st_gid, 65534u);
+        EXPECT_EQ(info.st_mode & 07777, c.writer == 0 ? 06755u : 0666u);
+        EXPECT_EQ(read_text_file(path), c.content);
+        EXPECT_EQ(dir.entries(), Names{"target.mop"});
+    }
+}
+
+// A writer killed between naming its temporary file and renaming it left
+// the file behind for good. The next write in that directory removes such
+// a file once no writer holds its lock, and nothing else.
+TEST(write_text_file_atomic, removes_what_a_killed_writer_left_and_nothing_else) {
+    TempDir dir;
+    const std::string dead = dir.write(".vesk-00000000000000d1.tmp", "half");
+    const std::string live = dir.write(".vesk-00000000000000a1.tmp", "half");
+    const int holder = ::open(live.c_str(), O_RDONLY | O_CLOEXEC);  // a writer still at work
+    ASSERT_EQ(::flock(holder, LOCK_EX), 0);
+    ASSERT_EQ(::symlink("kept.mop", (dir.path() + "/.vesk-00000000000000e1.tmp").c_str()), 0);
+    dir.write("kept.mop", "x");
+    dir.write(".vesk-0000000000000d1.tmp", "x");  // 15 digits: another program's
+    ASSERT_EQ(::mkdir((dir.path() + "/.vesk-00000000000000f1.tmp").c_str(), 0755), 0);
+    ASSERT_TRUE(write_text_file_atomic(dir.path() + "/target.mop", "new\n"));
+    EXPECT_EQ(dir.entries(), (Names{".vesk-00000000000000a1.tmp", ".vesk-00000000000000e1.tmp",
+                                    ".vesk-00000000000000f1.tmp", ".vesk-0000000000000d1.tmp", "kept.mop",
+                                    "target.mop"}));
+    ::close(holder);
+}
+
+// Each case changes the file between the read and the write back, as
+// another program may: the write goes ahead over the very file read only,
+// and leaves alone a file that holds the content already.
+TEST(write_text_file_atomic, writes_back_only_over_the_file_read) {
+    TempDir dir;
+    const std::string path = dir.path() + "/target.mop";
+    const struct timespec past[2] = {{1000000000, 0}, {1000000000, 0}};
+    const struct {
+        const char* name;
+        std::function<void()> change;
+        std::string content;
+        WriteOutcome outcome;
+        const char* left;  // null: no file
+    } cases[] = {
+        {"nothing", [] {}, "new\n", WriteOutcome::written, "new\n"},
+        {"nothing, same text", [] {}, "old\n", WriteOutcome::unchanged, "old\n"},
+        {"renamed over", [&] { ::rename(dir.write("o", "other\n").c_str(), path.c_str()); }, "new\n",
+         WriteOutcome::failed, "other\n"},
+        {"removed", [&] { ::unlink(path.c_str()); }, "new\n", WriteOutcome::failed, nullptr},
+        {"rewritten", [&] { dir.write("target.mop", "longer\n"); }, "new\n", WriteOutcome::failed, "longer\n"},
+        {"touched", [&] { ::utimensat(AT_FDCWD, path.c_str(), past, 0); }, "new\n", WriteOutcome::failed, "old\n"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        dir.write("target.mop", "old\n");
+        const FileSnapshot read = read_text_file(path, ReadOptions{});
+        const ino_t inode = read.identity.inode;
+        c.change();
+        std::error_code error;
+        EXPECT_EQ(write_text_file_atomic(path, c.content, read.identity, error), c.outcome);
+        EXPECT_EQ(error.value(), c.outcome == WriteOutcome::failed ? ESTALE : 0);
+        EXPECT_EQ(::access(path.c_str(), F_OK) == 0 ? read_text_file(path) : "(none)", c.left ? c.left : "(none)");
+        struct stat info {};
+        if (c.outcome != WriteOutcome::failed) {  // a new file, or the very one read
+            EXPECT_EQ(::stat(path.c_str(), &info) == 0 && info.st_ino == inode, c.outcome == WriteOutcome::unchanged);
+        }
+        EXPECT_EQ(dir.entries(), c.left ? Names{"target.mop"} : Names{});
+        ::unlink(path.c_str());
+    }
+    // No file read: the write creates one, and refuses one that came meanwhile.
+    std::error_code error;
+    EXPECT_EQ(write_text_file_atomic(path, "new\n", FileIdentity{}, error), WriteOutcome::written);
+    EXPECT_EQ(write_text_file_atomic(path, "again\n", FileIdentity{}, error), WriteOutcome::failed);
+    EXPECT_EQ(read_text_file(path), "new\n");
+}
+
+// Inputs that are not regular files, or too large, are refused before their
+// bytes are held; a locked read keeps the lock and names what it read.
+TEST(read_text_file, reads_as_the_options_say) {
+    TempDir dir;
+    const std::string fifo = dir.path() + "/fifo";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    const std::string file = dir.write("ten", "0123456789");
+    ReadOptions regular;
+    regular.regular_only = true;
+    ReadOptions nine;
+    nine.max_size = 9;
+    const std::pair<std::string, ReadOptions> refused[] = {{fifo, regular}, {dir.path(), regular}, {file, nine}};
+    const int reasons[] = {EINVAL, EISDIR, EFBIG};
+    for (std::size_t k = 0; k < 3; ++k) {
+        try {
+            read_text_file(refused[k].first, refused[k].second);
+            ADD_FAILURE() << refused[k].first;
+        } catch (const std::system_error& error) {
+            EXPECT_EQ(error.code().value(), reasons[k]) << refused[k].first;
+        }
+    }
+    ReadOptions locked = regular;
+    locked.lock = true;
+    locked.max_size = 10;
+    FileSnapshot read = read_text_file(file, locked);
+    struct stat info {};
+    ASSERT_EQ(::stat(file.c_str(), &info), 0);
+    EXPECT_EQ(read.text, "0123456789");
+    EXPECT_EQ(read.identity.inode, info.st_ino);
+    EXPECT_EQ(read.identity.size, 10);
+    const int other = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    EXPECT_TRUE(read.lock.held());
+    EXPECT_NE(::flock(other, LOCK_EX | LOCK_NB), 0);
+    read.lock = FileLock();
+    EXPECT_EQ(::flock(other, LOCK_EX | LOCK_NB), 0);
+    ::close(other);
+    // A descriptor, such as standard input, to its end or one byte past the limit.
+    for (const std::size_t limit : {std::size_t{4}, std::size_t{5}}) {
+        int pipe[2];
+        ASSERT_EQ(::pipe(pipe), 0);
+        ASSERT_EQ(::write(pipe[1], "hello", 5), 5);
+        ::close(pipe[1]);
+        std::string text = ">";
+        std::error_code error;
+        EXPECT_EQ(read_descriptor(pipe[0], text, limit, error), limit == 5);
+        EXPECT_EQ(error.value(), limit == 5 ? 0 : EFBIG);
+        if (limit == 5) {
+            EXPECT_EQ(text, ">hello");
+        }
+        ::close(pipe[0]);
+    }
+    std::error_code error;
+    EXPECT_TRUE(write_output_file("/dev/null", "x", error)) << error.message();
+    EXPECT_FALSE(write_output_file(fifo, "x", error));
+    EXPECT_EQ(error.value(), EINVAL);
 }
 
 }  // namespace

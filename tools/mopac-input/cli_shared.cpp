@@ -9,6 +9,7 @@
 
 #include "commands.hpp"
 #include "edits.hpp"
+#include "files.hpp"
 #include "text.hpp"
 
 namespace vesk::tools {
@@ -51,6 +52,15 @@ void add_width_option(CLI::App& command, std::optional<unsigned long long>& widt
                      [&width](long long w) { width = static_cast<unsigned long long>(w); },
                      "Keyword line width in bytes of the layout (default 78; 0 puts each keyword on a line of its "
                      "own, up to the lines MOPAC reads)");
+}
+
+void add_input_limit_option(CLI::App& command) {
+    add_whole_number(command, "--max-size", 1, LLONG_MAX,
+                     [](long long bytes) { set_input_limit(static_cast<std::size_t>(bytes)); },
+                     "Refuse an input larger than this many bytes, before it fills memory (default " +
+                         std::to_string(default_input_limit) + ", " + std::to_string(default_input_limit >> 20) +
+                         " MiB)")
+        ->type_name("BYTES");
 }
 
 std::string json_line(const nlohmann::json& value) {

@@ -66,7 +66,7 @@ int run_check(const CheckOptions& options) {
         }
         const bool written = write_result("", out);
         return failing || !written ? 1 : 0;
-    });
+    }, ReadRules{false, true});
 }
 
 }  // namespace

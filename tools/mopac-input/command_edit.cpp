@@ -39,7 +39,11 @@ void add_edit_command(CLI::App& app, int& status) {
     add_edit_options(*edit, options->request);
     auto* output = edit->add_option("-o,--output", options->output, "Write the result here (one input file)");
     edit->add_flag("--in-place", options->in_place,
-                   "Write each result back to its file, holding a lock (flock) on it from reading to replacing")
+                   "Write each result back to its file, holding a lock (flock) on it from reading to replacing. "
+                   "The file is replaced by a new one with its owner, group and mode (refused if it changed "
+                   "meanwhile or its owner cannot be kept; left alone if the text is the same): a hard link is "
+                   "broken (the path gets a new inode; other names of the file keep the old text); a symbolic "
+                   "link stays as it is and the file it names is replaced")
         ->excludes(output);
     edit->add_flag("--force", options->request.allow_new_errors,
                    "Write a result even when the edit gives it an error MOPAC stops on");
@@ -72,7 +76,7 @@ int run_edit(const EditOptions& options) {
         const std::string path = file.path;
         input::mopac::JobEditor editor(read_as_mopac(file));
         return edit_and_write(path, editor, request, output);
-    }, options.in_place);
+    }, ReadRules{options.in_place, true});
 }
 
 }  // namespace

@@ -34,6 +34,9 @@ void add_width_option(CLI::App& command, std::optional<unsigned long long>& widt
 /// described by tools/mopac-input/mopac-input.schema.json.
 inline constexpr const char* json_schema_version = "mopac-input/1";
 
+/// --max-size BYTES, the largest input `command` reads (set_input_limit).
+void add_input_limit_option(CLI::App& command);
+
 /// One JSON object on one line; bytes that are not UTF-8 are replaced, not refused.
 std::string json_line(const nlohmann::json& value);
 

@@ -2,7 +2,6 @@
 #include "files.hpp"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,6 +9,7 @@
 #include <cstring>
 #include <exception>
 #include <iostream>
+#include <streambuf>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -47,30 +47,40 @@ void clear_progress() {
 }
 
 bool standard_output_failed = false;  // reported once; nothing more is written there
+std::size_t input_limit = default_input_limit;
 
-// An open file, closed on every way out.
-class Descriptor {
-public:
-    explicit Descriptor(int fd = -1) noexcept : fd_(fd) {}
-    Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-    Descriptor& operator=(Descriptor&& other) noexcept {
-        std::swap(fd_, other.fd_);
-        return *this;
-    }
-    ~Descriptor() {
-        if (fd_ >= 0) ::close(fd_);
-    }
-    int get() const noexcept { return fd_; }
-
-private:
-    int fd_;
-};
-
-bool lock_and_read(const std::string& path, Descriptor& held, std::string& text);
+// The file for_each_file() has in hand, which write_result() writes back
+// only over the very file read.
+const SourceFile* in_hand = nullptr;
 
 bool write_standard_output(std::string_view text);
-bool read_all(int fd, std::string& text, int& error);
+bool report_read_failure(const std::string& path, const std::system_error& error);
 bool is_arc_name(std::string_view path);
+
+// What is printed through std::cout (help and version texts) goes out as
+// any other output, so that a failure is reported with its reason.
+class StandardOutputBuffer : public std::streambuf {
+public:
+    StandardOutputBuffer() { setp(buffer_, buffer_ + sizeof buffer_); }
+
+protected:
+    int_type overflow(int_type c) override {
+        if (sync() != 0) return traits_type::eof();
+        if (!traits_type::eq_int_type(c, traits_type::eof())) {
+            *pptr() = traits_type::to_char_type(c);
+            pbump(1);
+        }
+        return traits_type::not_eof(c);
+    }
+    int sync() override {
+        const std::string_view pending(pbase(), static_cast<std::size_t>(pptr() - pbase()));
+        setp(buffer_, buffer_ + sizeof buffer_);
+        return pending.empty() || write_standard_output(pending) ? 0 : -1;
+    }
+
+private:
+    char buffer_[4096];
+};
 
 }  // namespace
 
@@ -80,18 +90,25 @@ void guard_standard_streams() {
         // an empty input and refuses writes (EBADF).
         if (::fcntl(fd, F_GETFD) == -1 && errno == EBADF) ::open("/dev/null", O_RDONLY);
     }
+    // Never destroyed: std::cout is flushed at exit, after every static object.
+    std::cout.rdbuf(new StandardOutputBuffer);
 }
 
 int finish_standard_output(int status) {
-    errno = 0;
-    std::cout.flush();
-    int reason = std::cout.fail() ? (errno != 0 ? errno : EIO) : 0;
-    if (::close(STDOUT_FILENO) != 0 && reason == 0) reason = errno;
-    if (reason != 0 && !standard_output_failed) {
+    std::cout.flush();  // reports its own failure
+    if (::close(STDOUT_FILENO) != 0 && !standard_output_failed) {
         standard_output_failed = true;
-        report("standard output", std::strerror(reason));
+        report("standard output", std::strerror(errno));
     }
     return standard_output_failed && status == 0 ? 1 : status;
+}
+
+void set_input_limit(std::size_t bytes) { input_limit = bytes; }
+
+std::string text_problem(std::string_view text) {
+    const std::size_t nul = text.find('\0');
+    if (nul == std::string_view::npos) return {};
+    return "not a text file: a NUL byte at offset " + std::to_string(nul);
 }
 
 void report(std::string_view where, std::string_view message) {
@@ -99,27 +116,73 @@ void report(std::string_view where, std::string_view message) {
     std::cerr << "mopac-input: " << escape_for_terminal(where) << ": " << escape_for_terminal(message) << '\n';
 }
 
-bool read_source(const std::string& path, std::string& text) {
-    if (path == "-") {
-        int error = 0;
-        if (read_all(STDIN_FILENO, text, error)) return true;
-        report(path, std::string("cannot read standard input: ") + std::strerror(error));
-        return false;
-    }
+namespace {
+
+// Reads `file` whole as `rules` say, with the lock, if any, in `lock`.
+bool read_file(SourceFile& file, bool lock_it, core::fs::FileLock& lock) {
     try {
-        text = core::fs::read_text_file(path);
-        return true;
-    } catch (const std::exception& error) {
-        report(path, error.what());
-        return false;
+        if (file.path == "-") {
+            std::error_code error;
+            if (!core::fs::read_descriptor(STDIN_FILENO, file.text, input_limit, error)) {
+                throw std::system_error(error, "cannot read standard input");
+            }
+        } else {
+            core::fs::ReadOptions options;
+            options.max_size = input_limit;
+            options.regular_only = true;
+            options.lock = lock_it;
+            core::fs::FileSnapshot snapshot = core::fs::read_text_file(file.path, options);
+            file.text = std::move(snapshot.text);
+            file.identity = snapshot.identity;
+            lock = std::move(snapshot.lock);
+        }
+    } catch (const std::system_error& error) {
+        return report_read_failure(file.path, error);
     }
+    const std::string problem = text_problem(file.text);
+    if (problem.empty()) return true;
+    report(file.path, problem);
+    return false;
+}
+
+// Why a write to `path` failed, in the words of the failure.
+void report_write_failure(const std::string& path, const std::error_code& error) {
+    std::string why = error.message();
+    struct stat info {};
+    if (error.value() == ESTALE) {
+        why = "not written: the file was changed, replaced or removed by another program since it was read; "
+              "what is there now is left as it is";
+    } else if (error.value() == EPERM && ::stat(path.c_str(), &info) == 0 && info.st_uid != ::geteuid()) {
+        why = "not written: " + why + " (a new file cannot be given its owner and group here)";
+    } else if (error.value() == EINVAL) {
+        why = "cannot write: not a regular file or a character device";
+    }
+    report(path, why);
+}
+
+}  // namespace
+
+bool read_source(const std::string& path, std::string& text) {
+    SourceFile file{path, {}, {}};
+    core::fs::FileLock none;
+    if (!read_file(file, false, none)) return false;
+    text = std::move(file.text);
+    return true;
 }
 
 bool write_result(const std::string& path, std::string_view text) {
     if (path.empty()) return write_standard_output(text);
     std::error_code error;
-    if (core::fs::write_text_file_atomic(path, text, error)) return true;
-    report(path, error.message());
+    if (in_hand != nullptr && in_hand->path == path && in_hand->path != "-") {
+        switch (core::fs::write_text_file_atomic(path, text, in_hand->identity, error)) {
+            case core::fs::WriteOutcome::written: return true;
+            case core::fs::WriteOutcome::unchanged: report(path, "unchanged"); return true;
+            case core::fs::WriteOutcome::failed: break;
+        }
+    } else if (core::fs::write_output_file(path, text, error)) {
+        return true;
+    }
+    report_write_failure(path, error);
     return false;
 }
 
@@ -130,24 +193,32 @@ input::mopac::MopacJob read_as_mopac(SourceFile& file) {
 }
 
 int for_each_file(const std::vector<std::string>& paths, const std::function<int(SourceFile&)>& use,
-                  bool lock) {
+                  ReadRules rules) {
     int status = 0;
     Progress progress(paths.size());
     for (const std::string& path : paths) {
         if (standard_output_failed) return 1;
         progress.step(path);
-        SourceFile file{path, {}};
-        Descriptor held;  // with `lock`: the locked file, until `use` has written its result
-        if (!(lock ? lock_and_read(path, held, file.text) : read_source(path, file.text))) {
+        SourceFile file{path, {}, {}};
+        core::fs::FileLock held;  // with `rules.lock`: until `use` has written its result
+        if (!read_file(file, rules.lock, held)) {
             status = 1;
             continue;
         }
+        if (rules.refuse_empty && file.text.empty()) {
+            report(path, "the file is empty");
+            status = 1;
+            continue;
+        }
+        const SourceFile hand{path, {}, file.identity};  // `use` may take the text over
+        in_hand = &hand;
         try {
             status |= use(file);
         } catch (const std::exception& error) {  // a refused argument, memory
             report(path, error.what());
             status = 1;
         }
+        in_hand = nullptr;
     }
     return status;
 }
@@ -193,47 +264,16 @@ bool write_standard_output(std::string_view text) {
     return true;
 }
 
-bool read_all(int fd, std::string& text, int& error) {
-    char buffer[65536];
-    for (;;) {
-        const ssize_t n = ::read(fd, buffer, sizeof buffer);
-        if (n > 0) {
-            text.append(buffer, static_cast<std::size_t>(n));
-        } else if (n == 0) {
-            return true;
-        } else if (errno != EINTR) {
-            error = errno;
-            return false;
-        }
+bool report_read_failure(const std::string& path, const std::system_error& error) {
+    const int code = error.code().value();
+    if (code == EINVAL) {
+        report(path, "cannot read: not a regular file (use '-' for standard input)");
+    } else if (code == EFBIG) {
+        report(path, "cannot read: larger than " + std::to_string(input_limit) + " bytes (see --max-size)");
+    } else {
+        report(path, error.what());
     }
-}
-
-bool report_read_failure(const std::string& path, int error) {
-    report(path, "cannot read '" + path + "': " + std::strerror(error));
     return false;
-}
-
-// Opens `path` read-only, takes an exclusive lock and reads through that
-// descriptor. While this run waited for the lock, the run that held it may
-// have renamed its result over the path: then the locked file is no longer
-// the one the path names, and the new one is opened and locked instead.
-bool lock_and_read(const std::string& path, Descriptor& held, std::string& text) {
-    for (;;) {
-        Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-        if (file.get() < 0) return report_read_failure(path, errno);
-        int locked = 0;
-        while ((locked = ::flock(file.get(), LOCK_EX)) != 0 && errno == EINTR) {
-        }
-        struct stat locked_file {}, named_file {};
-        if (locked != 0 || ::fstat(file.get(), &locked_file) != 0 || ::stat(path.c_str(), &named_file) != 0) {
-            return report_read_failure(path, errno);
-        }
-        if (locked_file.st_dev != named_file.st_dev || locked_file.st_ino != named_file.st_ino) continue;
-        int error = 0;
-        if (!read_all(file.get(), text, error)) return report_read_failure(path, error);
-        held = std::move(file);
-        return true;
-    }
 }
 
 // MOPAC reads a file whose name holds ".arc", in any case, from the line

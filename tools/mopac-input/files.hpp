@@ -2,11 +2,13 @@
 // subcommand of mopac-input does with files, in one place.
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include <vesk/core/fs.hpp>
 #include <vesk/input/mopac/job.hpp>
 
 namespace vesk::tools {
@@ -14,30 +16,60 @@ namespace vesk::tools {
 /// Makes sure that descriptors 0, 1 and 2 are open before any file is
 /// opened: a file that became descriptor 1 would receive standard output.
 /// A closed standard output is replaced by one that refuses every write, so
-/// that output is reported lost rather than silently dropped.
+/// that output is reported lost rather than silently dropped. What is
+/// printed through std::cout (help and version texts) is written as any
+/// other output from then on, its failure reported with its reason.
 void guard_standard_streams();
 
-/// Flushes what was printed through std::cout (help texts) and closes
-/// standard output, where some delayed write errors only show. Answers
-/// `status`, or 1 instead of 0 when anything written there was lost.
+/// Flushes what was printed through std::cout and closes standard output,
+/// where some delayed write errors only show. Answers `status`, or 1
+/// instead of 0 when anything written there was lost.
 int finish_standard_output(int status);
+
+/// The largest input read, in bytes (--max-size); 256 MiB unless set.
+constexpr std::size_t default_input_limit = std::size_t{256} << 20;
+void set_input_limit(std::size_t bytes);
+
+/// Why `text` is not read as an input ("not a text file: a NUL byte at
+/// offset 3"); empty when it is. No real input holds a NUL byte; every other
+/// byte is left to the reading, which reports what MOPAC would do with it.
+std::string text_problem(std::string_view text);
 
 /// Prints "mopac-input: WHERE: MESSAGE" on standard error, control bytes escaped.
 void report(std::string_view where, std::string_view message);
 
-/// Reads a whole file, or standard input for "-"; reports a failure and answers false.
+/// Reads a whole regular file, or standard input for "-", within the input
+/// limit and refusing what text_problem() refuses; reports a failure and
+/// answers false. A FIFO, a device or a directory is refused, not waited for.
 bool read_source(const std::string& path, std::string& text);
 
-/// Writes `text` whole: to the file `path`, atomically, or to standard output
-/// when `path` is empty. Reports a failure with its reason ("PATH: No space
-/// left on device", "standard output: ...") and answers false; after a
-/// failure of standard output nothing more is written there.
+/// Writes `text` whole: to the file `path`, atomically (a character device
+/// such as /dev/null directly), or to standard output when `path` is empty.
+/// Reports a failure with its reason ("PATH: No space left on device",
+/// "standard output: ...") and answers false; after a failure of standard
+/// output nothing more is written there.
+///
+/// When `path` is the file for_each_file() has in hand (an edit in place),
+/// it is replaced only while it is still the file read, and not written at
+/// all when `text` is what it holds: then "PATH: unchanged" is reported and
+/// the answer is true.
 bool write_result(const std::string& path, std::string_view text);
 
 /// One file of a batch, as read.
 struct SourceFile {
     std::string path;
     std::string text;
+    core::fs::FileIdentity identity;  // of the file read; none for standard input
+};
+
+/// How for_each_file() reads each file.
+struct ReadRules {
+    /// Each file is locked (flock, exclusive) before it is read and stays
+    /// locked until `use` returns, so that runs that replace one file take
+    /// turns instead of losing each other's update.
+    bool lock = false;
+    /// An empty file is reported ("the file is empty") instead of used.
+    bool refuse_empty = false;
 };
 
 /// The file read as MOPAC reads it (an .arc file from its marker, as MOPAC
@@ -49,11 +81,7 @@ input::mopac::MopacJob read_as_mopac(SourceFile& file);
 /// be read, and hands each file that was read to `use`, which answers its
 /// exit status (an exception it throws is reported as a failure). Stops when
 /// standard output has failed. Answers 1 when anything failed.
-///
-/// With `lock`, each file is locked (flock, exclusive) before it is read and
-/// stays locked until `use` returns, so that runs that replace one file take
-/// turns instead of losing each other's update.
 int for_each_file(const std::vector<std::string>& paths, const std::function<int(SourceFile&)>& use,
-                  bool lock = false);
+                  ReadRules rules = {});
 
 }  // namespace vesk::tools
