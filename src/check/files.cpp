@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <vector>
 
 #include "check/findings.hpp"
 #include "vesk/input/mopac/document.hpp"
@@ -56,19 +57,27 @@ std::string job_name(const std::string& path) {
 void check_named_files(Findings& findings, const Keywords& keywords, const std::string& folder,
                        const std::string& input_path) {
     const MopacJob& job = findings.job();
+    // MOPAC reads the geometry first and stops there when its file is missing.
+    std::vector<const JobKeyword*> named;
     for (const JobKeyword& keyword : keywords.job().keywords) {
         const std::string key = normalize_keyword_name(keyword.text);
-        if (key != "EXTERNAL" && key != "GEO_DAT" && key != "GEO_REF" && key != "SETUP") continue;
+        if (key == "GEO_DAT") named.insert(named.begin(), &keyword);
+        if (key == "EXTERNAL" || key == "GEO_REF" || key == "SETUP") named.push_back(&keyword);
+    }
+    for (const JobKeyword* each : named) {
+        const JobKeyword& keyword = *each;
+        const std::string key = normalize_keyword_name(keyword.text);
         std::string name = written_name(job, keyword);
         if (key == "SETUP" && name.empty()) name = "SETUP";
         if (name.empty() || (key == "GEO_REF" && (name == "SELF" || name == "self")) || exists(folder, name)) continue;
-        const std::string hint = "a file at " + folder + name;
+        const std::string hint = "the file at " + folder + name + ", or its right name";
         if (key == "EXTERNAL") {
             findings.error(keyword, "missing-file", "EXTERNAL file: '" + name + "' does not exist!", hint);
         } else if (key == "SETUP") {
             findings.error(keyword, "missing-file", "SETUP FILE \"" + name + "\" MISSING.", hint);
         } else {
             findings.error(keyword, "missing-file", key + " file: '" + name + "' does not exist.", hint);
+            if (key == "GEO_DAT") return;
         }
     }
     if (input_path.empty()) return;

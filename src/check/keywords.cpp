@@ -72,7 +72,8 @@ void check_keywords(Findings& findings, const Keywords& keywords) {
         bool indo_only = false;
         for (std::size_t i = 0; i < detail::indo_only_size; ++i) indo_only = indo_only || name == detail::indo_only[i];
         if (indo_word && (keywords.indo() || indo_only)) continue;
-        if (!mopac_accepts_keyword(keyword.text)) {
+        const bool method_like = name.size() > 3 && name.compare(0, 2, "PM") == 0 && name[2] >= '6' && name[2] <= '8';
+        if (!mopac_accepts_keyword(keyword.text) || (method_like && info == nullptr && !is_mopac_method(name))) {
             unknown(findings, keyword, name, debug);
             continue;
         }
