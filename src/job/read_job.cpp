@@ -331,7 +331,14 @@ void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
         }
         ++(atom.internal ? counts.internal : counts.cartesian);
         if (atom.xyz_element) current.bohr = true;
-        if (!atom.internal && atoms > 1 && atom.field_count >= 2 && atom.field_count <= 6) {
+        // "El r f a f na nb nc" without the dihedral: eight fields that MOPAC
+        // reads as x f y f z f, the references landing in z and the flags.
+        const auto reference = [atoms](double value) {
+            return value >= 0 && value < static_cast<double>(atoms) && value == static_cast<double>(static_cast<long long>(value));
+        };
+        const bool references_last = atom.field_count == 8 && atom.values[2] >= 1 && reference(atom.values[2]) &&
+                                     reference(atom.flags[1]) && reference(atom.flags[2]);
+        if (!atom.internal && atoms > 1 && ((atom.field_count >= 2 && atom.field_count <= 6) || references_last)) {
             short_lines.emplace_back(index, atom.field_count);
         }
         for (int flag : atom.flags) reaction_path = reaction_path || flag == -1;

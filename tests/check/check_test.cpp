@@ -93,6 +93,28 @@ TEST(check_job, takes_the_charge_as_mopac_does) {
               std::vector<std::string>{"E charged-cell: Unit cell has a charge. Correct fault and re-submit "});
 }
 
+// Text MOPAC reads otherwise than it looks, and geometry lines read as MOPAC
+// reads them (getgeo.F90: a Z-matrix line short of fields is Cartesian;
+// getpdb.F90: the element of columns 77-78 only when it is a symbol).
+TEST(check_job, finds_text_that_mopac_reads_otherwise) {
+    const std::pair<std::string, std::string> cases[] = {
+        {"PM7\nt\nd\nC 1,5 0 0\n", "W decimal-comma: a decimal comma: MOPAC reads 1,5 as two numbers"},
+        {"PM7\n* the title\nt\nd\nH 0 0 0\n", "W comment-in-head: MOPAC drops this '*' line, so the next line is read as the title"},
+        {"PM7 CHARGE= +1\nGNORM=1\nt\nd\nH 0 0 0\n", "W plus-in-word: \" +\" inside a word or quotes: MOPAC reads the next line as more keywords"},
+        {std::string("PM7\nt\nd\nH 0 0 0\0\n", 16), "E not-text: the file holds NUL bytes: MOPAC input is text"},
+        {"PM7\nt\nd\nO\nC 1.2 1 0 0 0 0 0 0 0\nH 1.1 1 123.5 1 2 1 0\nH 1.1 1 120 1 180 1 2 1 3\n",
+         "W short-line-in-zmatrix: a line of 8 fields inside a Z-matrix: MOPAC reads it as Cartesian x, y, z, not as "
+         "internal coordinates (too few fields for r, angle, dihedral and three atom numbers)"},
+    };
+    for (const auto& [text, expected] : cases) EXPECT_EQ(findings(text).at(0), expected) << text;
+    const std::string pdb = "PDB\nt\nd\nHETATM    1  CA  MPR A   1      19.392   5.714   9.147  1.00  0.07   1  1XY1 166\n"
+                            "ATOM      2  HB1 MPR A   1      18.131   5.091   8.587  1.00  0.06   1  1XY1B 168\n";
+    const MopacJob job = read_job(pdb);
+    ASSERT_EQ(job.atoms().size(), 2u);
+    EXPECT_EQ(job.atoms()[0].atomic_number, 6);
+    EXPECT_EQ(job.atoms()[1].atomic_number, 1);
+}
+
 // Suggestions only for near misses: one edit below six letters, two from six.
 TEST(check_job, suggests_only_near_misspellings) {
     const std::pair<const char*, const char*> cases[] = {
