@@ -33,8 +33,11 @@ void unknown(Findings& findings, const JobKeyword& keyword, const std::string& n
     findings.error(keyword, "unknown-keyword", "UNRECOGNIZED KEY-WORDS: (" + keyword.text + ")", suggestion_for(name));
 }
 
-// A value written to a keyword that takes none, or none to one that needs it.
-void check_value(Findings& findings, const JobKeyword& keyword, const std::string& name, const KeywordInfo& info) {
+// A value written to a keyword that takes none, or none to one that needs it:
+// MOPAC then reads the first number behind the name, which belongs to a later
+// keyword (without one it reads none, and the name alone may be meant).
+void check_value(Findings& findings, const Keywords& keywords, const JobKeyword& keyword, const std::string& name,
+                 const KeywordInfo& info) {
     if (info.forms.empty()) return;
     const bool has_value = keyword.text.find_first_of("=(") != std::string::npos;
     const bool takes_value = info.forms.find('=') != std::string_view::npos || info.forms.find('(') != std::string_view::npos;
@@ -43,9 +46,15 @@ void check_value(Findings& findings, const JobKeyword& keyword, const std::strin
         findings.at(keyword, Severity::warning, "unexpected-value",
                     name + " takes no value: MOPAC reads " + keyword.text + " as " + name);
     } else if (!has_value && needs_value) {
-        findings.at(keyword, Severity::warning, "missing-value",
-                    name + " needs a value (" + std::string(info.forms) + "): MOPAC reads it from what follows",
-                    name + "=");
+        const std::vector<JobKeyword>& all = keywords.job().keywords;
+        for (const JobKeyword* later = &keyword + 1; later < all.data() + all.size(); ++later) {
+            if (later->text.find_first_of("0123456789") == std::string::npos) continue;
+            findings.at(keyword, Severity::warning, "missing-value",
+                        name + " needs a value (" + std::string(info.forms) + "): MOPAC reads the number of " +
+                            later->text + " as its value",
+                        name + "=");
+            return;
+        }
     }
 }
 
@@ -77,7 +86,7 @@ void check_keywords(Findings& findings, const Keywords& keywords) {
             unknown(findings, keyword, name, debug);
             continue;
         }
-        if (info != nullptr) check_value(findings, keyword, name, *info);
+        if (info != nullptr) check_value(findings, keywords, keyword, name, *info);
         const std::string_view value = detail::keyword_value_part(keyword.text);
         const bool has_value = keyword.text.find_first_of("=(") != std::string::npos;
         double number = 0.0;
