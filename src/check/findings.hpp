@@ -91,7 +91,8 @@ void check_lines(Findings& findings);
 // The whole text is one number: "1", "-2", "0.5", "1.5D0".
 bool whole_number(std::string_view text, double& value) noexcept;
 // The name of MOPAC's list a misspelt word most likely means, with "=" where
-// it takes a value; empty when none is near enough.
-std::string suggestion_for(std::string_view name);
+// it takes a value; empty when none is near enough. `has_value`: the word was
+// written with "=value".
+std::string suggestion_for(std::string_view name, bool has_value = false);
 
 }  // namespace vesk::input::mopac::check

@@ -23,14 +23,15 @@ void unknown(Findings& findings, const JobKeyword& keyword, const std::string& n
     if (debug) {
         findings.at(keyword, Severity::warning, "unknown-keyword",
                     "MOPAC does not know " + keyword.text + ": with DEBUG it lists the word and ignores it",
-                    suggestion_for(name));
+                    suggestion_for(name, keyword.text.find('=') != std::string::npos));
         return;
     }
     if (name.size() > 3 && name.compare(0, 2, "PM") == 0 && name[2] >= '6' && name[2] <= '8') {
         findings.error(keyword, "unknown-method", "The method requested: \"" + name + "\" does not exist.");
         return;
     }
-    findings.error(keyword, "unknown-keyword", "UNRECOGNIZED KEY-WORDS: (" + keyword.text + ")", suggestion_for(name));
+    findings.error(keyword, "unknown-keyword", "UNRECOGNIZED KEY-WORDS: (" + keyword.text + ")",
+                   suggestion_for(name, keyword.text.find('=') != std::string::npos));
 }
 
 // A value written to a keyword that takes none, or none to one that needs it:
@@ -119,7 +120,10 @@ void check_keywords(Findings& findings, const Keywords& keywords) {
 // The name of MOPAC's list nearest to `name`: at most one edit for a word of
 // three to five letters, two from six on (a swap of neighbours counts one),
 // none for one or two letters; ties go to the name with the same first letter.
-std::string suggestion_for(std::string_view name) {
+// Digits are not typed by mistake: MOD1, MINDO3 or AM1-D3 are other keywords
+// (of other versions or programs), so a name whose digits differ is no match;
+// nor is a name that takes no value for a word written with one (REF=..., SET=...).
+std::string suggestion_for(std::string_view name, bool has_value) {
     const auto distance = [](std::string_view a, std::string_view b) {
         std::vector<std::vector<std::size_t>> d(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
         for (std::size_t i = 0; i <= a.size(); ++i) d[i][0] = i;
@@ -132,12 +136,21 @@ std::string suggestion_for(std::string_view name) {
         }
         return d[a.size()][b.size()];
     };
+    const auto digits = [](std::string_view word) {
+        std::string found;
+        for (char c : word) {
+            if (c >= '0' && c <= '9') found += c;
+        }
+        return found;
+    };
     if (name.size() < 3 || name.size() > 40) return {};
     const std::size_t allowed = name.size() < 6 ? 1 : 2;
     const KeywordInfo* best = nullptr;
     std::size_t best_distance = allowed + 1;
     for (const KeywordInfo& info : keyword_catalogue()) {
-        if (info.name.size() < 3 || info.name == name) continue;
+        if (info.name.size() < 3 || info.name == name || digits(info.name) != digits(name)) continue;
+        // A word written with a value means a keyword that takes one.
+        if (has_value && info.forms.find_first_of("=(") == std::string_view::npos) continue;
         const std::size_t found = distance(name, info.name);
         const bool same_start = info.name[0] == name[0];
         if (found < best_distance || (found == best_distance && best != nullptr && same_start && best->name[0] != name[0])) {

@@ -118,7 +118,7 @@ TEST(check_job, finds_text_that_mopac_reads_otherwise) {
 // Suggestions only for near misses: one edit below six letters, two from six.
 TEST(check_job, suggests_only_near_misspellings) {
     const std::pair<const char*, const char*> cases[] = {
-        {"CHRAGE", "CHARGE="}, {"GNROM", "GNORM="}, {"PRECIS", "PRECISE"}, {"PART", ""}, {"OF", ""}, {"XYZZY", ""}};
+        {"CHRAGE", "CHARGE="}, {"GNROM", "GNORM="}, {"PRECIS", "PRECISE"}, {"PART", ""}, {"OF", ""}, {"XYZZY", ""}, {"MOD1", ""}, {"MNDO-D", "MNDOD"}};
     for (const auto& [word, expected] : cases) EXPECT_EQ(check::suggestion_for(word), expected) << word;
 }
 
