@@ -30,18 +30,23 @@ std::string written_name(const MopacJob& job, const JobKeyword& keyword) {
     return name;
 }
 
-// Whether a name MOPAC would open exists: an absolute name ("/...", a drive
-// letter "C:/..." or a share "//host/...") as it stands, any other from the
-// input's folder. A drive letter names nothing on a system without drives.
+bool has_drive(const std::string& name) {
+    return name.size() >= 2 && name[1] == ':' && ((name[0] >= 'A' && name[0] <= 'Z') || (name[0] >= 'a' && name[0] <= 'z'));
+}
+
+// Where MOPAC looks for a name: an absolute name ("/...", a drive letter
+// "C:/..." or a share "//host/...") as it stands, any other in the input's folder.
+std::string resolved(const std::string& folder, const std::string& name) {
+    return has_drive(name) || (!name.empty() && name[0] == '/') ? name : folder + name;
+}
+
+// Whether that file exists. A drive letter names nothing on a system without drives.
 bool exists(const std::string& folder, const std::string& name) {
-    const bool drive = name.size() >= 2 && name[1] == ':' &&
-                       ((name[0] >= 'A' && name[0] <= 'Z') || (name[0] >= 'a' && name[0] <= 'z'));
 #ifndef _WIN32
-    if (drive) return false;
+    if (has_drive(name)) return false;
 #endif
-    const bool absolute = drive || (!name.empty() && name[0] == '/');
     std::error_code error;
-    return std::filesystem::is_regular_file(absolute ? name : folder + name, error);
+    return std::filesystem::is_regular_file(resolved(folder, name), error);
 }
 
 // The input's name without its folder and extension: MOPAC's job name.
@@ -70,7 +75,7 @@ void check_named_files(Findings& findings, const Keywords& keywords, const std::
         std::string name = written_name(job, keyword);
         if (key == "SETUP" && name.empty()) name = "SETUP";
         if (name.empty() || (key == "GEO_REF" && (name == "SELF" || name == "self")) || exists(folder, name)) continue;
-        const std::string hint = "the file at " + folder + name + ", or its right name";
+        const std::string hint = "the file at " + resolved(folder, name) + ", or its right name";
         if (key == "EXTERNAL") {
             findings.error(keyword, "missing-file", "EXTERNAL file: '" + name + "' does not exist!", hint);
         } else if (key == "SETUP") {

@@ -19,7 +19,8 @@ std::string name_of(const JobKeyword& keyword) { return normalize_keyword_name(k
 
 // A word MOPAC does not know. Names that look like a method of the PM6 to PM8
 // line get MOPAC's own message for a method it does not have.
-void unknown(Findings& findings, const JobKeyword& keyword, const std::string& name, bool debug) {
+void unknown(Findings& findings, const JobKeyword& keyword, const std::string& name, bool debug,
+             std::vector<const JobKeyword*>& unrecognized) {
     if (debug) {
         findings.at(keyword, Severity::warning, "unknown-keyword",
                     "MOPAC does not know " + keyword.text + ": with DEBUG it lists the word and ignores it",
@@ -30,8 +31,29 @@ void unknown(Findings& findings, const JobKeyword& keyword, const std::string& n
         findings.error(keyword, "unknown-method", "The method requested: \"" + name + "\" does not exist.");
         return;
     }
-    findings.error(keyword, "unknown-keyword", "UNRECOGNIZED KEY-WORDS: (" + keyword.text + ")",
-                   suggestion_for(name, keyword.text.find('=') != std::string::npos));
+    unrecognized.push_back(&keyword);
+}
+
+// A word as MOPAC lists it: without a value in parentheses or quotes.
+std::string listed(const std::string& text) {
+    const std::size_t cut = text.find_first_of("=(");
+    if (cut == std::string::npos || (text[cut] == '=' && cut + 1 < text.size() && text[cut + 1] != '(' && text[cut + 1] != '"')) {
+        return text;
+    }
+    return text.substr(0, cut);
+}
+
+// MOPAC names every word it does not know in one message: the first word
+// carries it, each later one names itself.
+void report_unrecognized(Findings& findings, const std::vector<const JobKeyword*>& unrecognized) {
+    std::string all;
+    for (const JobKeyword* keyword : unrecognized) all += (all.empty() ? "" : " ") + listed(keyword->text);
+    for (const JobKeyword* keyword : unrecognized) {
+        const std::string name = normalize_keyword_name(keyword->text);
+        findings.error(*keyword, "unknown-keyword",
+                       "UNRECOGNIZED KEY-WORDS: (" + (keyword == unrecognized.front() ? all : listed(keyword->text)) + ")",
+                       suggestion_for(name, keyword->text.find('=') != std::string::npos));
+    }
 }
 
 // A value written to a keyword that takes none, or none to one that needs it:
@@ -71,6 +93,7 @@ void check_keywords(Findings& findings, const Keywords& keywords) {
     const bool pdb_header = !job.keywords.empty() && job.keywords[0].text == "HEADER";
     std::vector<std::string> seen;
     std::vector<const JobKeyword*> spin_names;
+    std::vector<const JobKeyword*> unrecognized;
     for (const JobKeyword& keyword : job.keywords) {
         const std::string name = name_of(keyword);
         if (pdb_header && keyword.line == job.keywords[0].line) continue;
@@ -84,7 +107,7 @@ void check_keywords(Findings& findings, const Keywords& keywords) {
         if (indo_word && (keywords.indo() || indo_only)) continue;
         const bool method_like = name.size() > 3 && name.compare(0, 2, "PM") == 0 && name[2] >= '6' && name[2] <= '8';
         if (!mopac_accepts_keyword(keyword.text) || (method_like && info == nullptr && !is_mopac_method(name))) {
-            unknown(findings, keyword, name, debug);
+            unknown(findings, keyword, name, debug, unrecognized);
             continue;
         }
         if (info != nullptr) check_value(findings, keywords, keyword, name, *info);
@@ -104,6 +127,7 @@ void check_keywords(Findings& findings, const Keywords& keywords) {
         if (spin_state_multiplicity(name) != 0) spin_names.push_back(&keyword);
         seen.push_back(name);
     }
+    if (!unrecognized.empty()) report_unrecognized(findings, unrecognized);
     // MOPAC tests the names from SINGLET up and takes the first it finds.
     if (spin_names.size() > 1) {
         const auto lowest = std::min_element(spin_names.begin(), spin_names.end(), [](const JobKeyword* a, const JobKeyword* b) {
