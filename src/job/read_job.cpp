@@ -294,6 +294,7 @@ void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
     bool translation_seen = false;
     bool reaction_path = false;
     std::vector<std::pair<std::size_t, std::size_t>> short_lines;  // Cartesian lines of 2 to 6 fields, by line
+    bool first_at_origin = false;
     const std::size_t geometry_start = next;
     // Cartesian atoms stand where their lines put them and are placed from
     // the lines when asked: atoms are kept only from the first line in
@@ -338,7 +339,12 @@ void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
         };
         const bool references_last = atom.field_count == 8 && atom.values[2] >= 1 && reference(atom.values[2]) &&
                                      reference(atom.flags[1]) && reference(atom.flags[2]);
-        if (!atom.internal && atoms > 1 && ((atom.field_count >= 2 && atom.field_count <= 6) || references_last)) {
+        // Atom 2 as "El r [f]" beside atom 1 at the origin lands where the
+        // Z-matrix would put it: MOPAC's Cartesian reading changes nothing.
+        if (atoms == 1) first_at_origin = atom.values[0] == 0 && atom.values[1] == 0 && atom.values[2] == 0;
+        const bool same_place = atoms == 2 && first_at_origin && atom.field_count <= 3;
+        if (!atom.internal && atoms > 1 && !same_place &&
+            ((atom.field_count >= 2 && atom.field_count <= 6) || references_last)) {
             short_lines.emplace_back(index, atom.field_count);
         }
         for (int flag : atom.flags) reaction_path = reaction_path || flag == -1;
