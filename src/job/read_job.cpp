@@ -293,8 +293,7 @@ void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
     std::size_t atoms = 0;
     bool translation_seen = false;
     bool reaction_path = false;
-    std::vector<std::pair<std::size_t, std::size_t>> short_lines;  // Cartesian lines of 2 to 6 fields, by line
-    bool first_at_origin = false;
+    std::vector<std::pair<std::size_t, std::size_t>> short_lines;  // lines written short (ParsedAtom), by line
     const std::size_t geometry_start = next;
     // Cartesian atoms stand where their lines put them and are placed from
     // the lines when asked: atoms are kept only from the first line in
@@ -332,19 +331,7 @@ void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
         }
         ++(atom.internal ? counts.internal : counts.cartesian);
         if (atom.xyz_element) current.bohr = true;
-        // "El r f a f na nb nc" without the dihedral: eight fields that MOPAC
-        // reads as x f y f z f, the references landing in z and the flags.
-        const auto reference = [atoms](double value) {
-            return value >= 0 && value < static_cast<double>(atoms) && value == static_cast<double>(static_cast<long long>(value));
-        };
-        const bool references_last = atom.field_count == 8 && atom.values[2] >= 1 && reference(atom.values[2]) &&
-                                     reference(atom.flags[1]) && reference(atom.flags[2]);
-        // Atom 2 as "El r [f]" beside atom 1 at the origin lands where the
-        // Z-matrix would put it: MOPAC's Cartesian reading changes nothing.
-        if (atoms == 1) first_at_origin = atom.values[0] == 0 && atom.values[1] == 0 && atom.values[2] == 0;
-        const bool same_place = atoms == 2 && first_at_origin && atom.field_count <= 3;
-        if (!atom.internal && atoms > 1 && !same_place &&
-            ((atom.field_count >= 2 && atom.field_count <= 6) || references_last)) {
+        if (atom.written_short) {
             short_lines.emplace_back(index, atom.field_count);
         }
         for (int flag : atom.flags) reaction_path = reaction_path || flag == -1;
