@@ -180,11 +180,12 @@ void check_spin(Findings& findings, const Keywords& keywords, const Electrons& e
         }
     }
     // The root of the C.I.: it must be one of the states of the active space
-    // (of the named spin, when one is named).
+    // (of the named spin, when one is named). Counted with every spin
+    // component, the most MOPAC's C.I. can hold, so that no root it has is refused.
     const JobKeyword* root = keywords.find("ROOT=");
     if (root != nullptr && active > 0 && (ci_levels >= 0 || open != nullptr) && keywords.number("ROOT=", value)) {
-        const double states = state != nullptr ? states_of_spin(active, in_active, msdel)
-                                               : binomial(active, (in_active + msdel) / 2) * binomial(active, in_active - (in_active + msdel) / 2);
+        const double states = state != nullptr ? states_of_spin(active, in_active, msdel) * static_cast<double>(msdel + 1)
+                                               : binomial(2 * active, in_active);
         if (value > states + 0.5) {
             findings.error(*root, "root-missing", "ROOT REQUESTED DOES NOT EXIST IN C.I.",
                            "ROOT=" + std::to_string(static_cast<long long>(states)) + " at most, or a larger C.I.");
