@@ -28,8 +28,7 @@ bool several_methods(Findings& findings, const Keywords& keywords) {
         if (family.empty()) continue;
         if (first.empty()) first = family;
         if (family != first) {
-            findings.error(keyword, "several-methods", "IMPOSSIBLE OPTION REQUESTED",
-                           "one method only: " + first + " and " + family + " are both given");
+            findings.error(keyword, "several-methods", "IMPOSSIBLE OPTION REQUESTED", first);
             return true;
         }
     }
@@ -63,16 +62,21 @@ bool check_indo(Findings& findings, const Keywords& keywords) {
     }
     for (const char* high : {"QUIN", "SEXT", "SEPT", "OCTE", "NONE"}) {
         if (const JobKeyword* keyword = keywords.find(high)) {
-            findings.error(*keyword, "indo-refuses", "Spin is incompatible with INDO",
-                           "INDO runs spin states up to QUARTET");
+            findings.error(*keyword, "indo-refuses", "Spin is incompatible with INDO");
             return true;
         }
     }
     for (std::size_t i = 0; i < detail::indo_refuses_size; ++i) {
         if (const JobKeyword* keyword = keywords.find(detail::indo_refuses[i])) {
             const std::string name = detail::indo_refuses[i];
-            findings.error(*keyword, "indo-refuses", name + " is incompatible with INDO",
-                           name == "UHF" || name == "MS=" ? "a spin state by name: INDO runs open shells as ROHF" : "");
+            // INDO runs open shells as ROHF: a spin state by name says what MS= or UHF meant.
+            std::string instead;
+            double ms = 0.0;
+            if (name == "UHF") instead = "RHF";
+            if (name == "MS=" && keywords.number("MS=", ms) && std::fabs(ms) <= 1.5) {
+                instead = detail::spin_state_names[static_cast<std::size_t>(std::llround(2 * std::fabs(ms)))];
+            }
+            findings.error(*keyword, "indo-refuses", name + " is incompatible with INDO", instead);
             return true;
         }
     }
@@ -109,8 +113,7 @@ void check_combinations(Findings& findings, const Keywords& keywords) {
         }
     }
     if (mozyme && uhf) {
-        findings.error(*keywords.find("UHF"), "mozyme-uhf", "Keyword UHF cannot be used with MOZYME",
-                       "MOZYME runs RHF only: remove UHF");
+        findings.error(*keywords.find("UHF"), "mozyme-uhf", "Keyword UHF cannot be used with MOZYME", "RHF");
     }
     if (mozyme && keywords.has("1SCF") && keywords.has("RAPID")) {
         findings.error(*keywords.find("RAPID"), "mozyme-rapid", "RAPID cannot be used with 1SCF");
@@ -126,8 +129,7 @@ void check_combinations(Findings& findings, const Keywords& keywords) {
             findings.error(*keywords.find("UHF"), "rhf-and-uhf", "UHF and RHF cannot both be used");
         }
         if (birad || exci || ci) {
-            findings.error(*keywords.find("UHF"), "uhf-with-ci", "UHF USED WITH EITHER BIRAD, EXCITED OR C.I.",
-                           "remove UHF");
+            findings.error(*keywords.find("UHF"), "uhf-with-ci", "UHF USED WITH EITHER BIRAD, EXCITED OR C.I.", "RHF");
             return;
         }
         if (keywords.has("POLAR")) {
@@ -135,7 +137,7 @@ void check_combinations(Findings& findings, const Keywords& keywords) {
             return;
         }
     } else if (exci && keywords.has("TRIP")) {
-        findings.error(*keywords.find("TRIP"), "excited-triplet", "EXCITED USED WITH TRIPLET");
+        findings.error(*keywords.find("TRIP"), "excited-triplet", "EXCITED USED WITH TRIPLET", "SINGLET");
         return;
     }
     if (const JobKeyword* keyword = keywords.find("PMEP")) {
@@ -156,11 +158,11 @@ void check_combinations(Findings& findings, const Keywords& keywords) {
         const long long orbitals = keywords.find("C.I.=")->text.compare(0, 6, "C.I.=(") == 0 ? std::llround(size)
                                                                                            : static_cast<long long>(size);
         if (orbitals > 29 && !keywords.indo()) {
-            findings.error(*keywords.find("C.I.="), "ci-size", "Maximum size of open space = 29 M.O.s");
+            findings.error(*keywords.find("C.I.="), "ci-size", "Maximum size of open space = 29 M.O.s", "C.I.=29");
             return;
         }
         if (orbitals < 1) {
-            findings.error(*keywords.find("C.I.="), "ci-size", "Minimum size of open space = 1 M.O.s");
+            findings.error(*keywords.find("C.I.="), "ci-size", "Minimum size of open space = 1 M.O.s", "C.I.=1");
             return;
         }
     }

@@ -49,6 +49,27 @@ bool exists(const std::string& folder, const std::string& name) {
     return std::filesystem::is_regular_file(resolved(folder, name), error);
 }
 
+// A file of the folder whose name differs from `name` in case only: what an
+// input written on a system that ignores case most likely means.
+std::string differing_in_case(const std::string& folder, const std::string& name) {
+    const std::size_t slash = name.find_last_of('/');
+    const std::string directory = folder + (slash == std::string::npos ? std::string() : name.substr(0, slash + 1));
+    const std::string base = slash == std::string::npos ? name : name.substr(slash + 1);
+    const auto upper = [](std::string text) {
+        for (char& c : text) c = (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c;
+        return text;
+    };
+    std::error_code error;
+    std::filesystem::directory_iterator entries(directory.empty() ? "." : directory, error);
+    for (; !error && entries != std::filesystem::directory_iterator(); entries.increment(error)) {
+        const std::string found = entries->path().filename().string();
+        if (found != base && upper(found) == upper(base)) {
+            return (slash == std::string::npos ? std::string() : name.substr(0, slash + 1)) + found;
+        }
+    }
+    return {};
+}
+
 // The input's name without its folder and extension: MOPAC's job name.
 std::string job_name(const std::string& path) {
     const std::size_t slash = path.find_last_of("/\\");
@@ -75,7 +96,11 @@ void check_named_files(Findings& findings, const Keywords& keywords, const std::
         std::string name = written_name(job, keyword);
         if (key == "SETUP" && name.empty()) name = "SETUP";
         if (name.empty() || (key == "GEO_REF" && (name == "SELF" || name == "self")) || exists(folder, name)) continue;
-        const std::string hint = "the file at " + resolved(folder, name) + ", or its right name";
+        const bool absolute = resolved(folder, name) == name;
+        const std::string found = absolute ? std::string() : differing_in_case(folder, name);
+        const std::string hint = found.empty()                           ? std::string()
+                                 : found.find(' ') == std::string::npos ? key + "=" + found
+                                                                        : key + "=\"" + found + "\"";
         if (key == "EXTERNAL") {
             findings.error(keyword, "missing-file", "EXTERNAL file: '" + name + "' does not exist!", hint);
         } else if (key == "SETUP") {
@@ -89,13 +114,12 @@ void check_named_files(Findings& findings, const Keywords& keywords, const std::
     const std::string stem = job_name(input_path);
     if (const JobKeyword* restart = keywords.find("RESTART")) {
         if (!exists(folder, stem + ".res")) {
-            findings.error(*restart, "missing-file", "RESTART file does not exist", "the file " + stem + ".res of an earlier run");
+            findings.error(*restart, "missing-file", "RESTART file does not exist");
         }
     }
     if (const JobKeyword* oldens = keywords.find("OLDENS")) {
         if (!exists(folder, stem + ".den")) {
-            findings.error(*oldens, "missing-file", "Density Restart File missing or corrupt",
-                           "the file " + stem + ".den of an earlier run");
+            findings.error(*oldens, "missing-file", "Density Restart File missing or corrupt");
         }
     }
 }

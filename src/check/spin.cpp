@@ -50,7 +50,7 @@ std::string parity(bool odd) { return odd ? "ODD" : "EVEN"; }
 void check_spin(Findings& findings, const Keywords& keywords, const Electrons& electrons) {
     if (electrons.charge_keyword != nullptr && electrons.charge != 0 && electrons.translation_vectors > 0) {
         findings.error(*electrons.charge_keyword, "charged-cell", "Unit cell has a charge. Correct fault and re-submit ",
-                       "a polymer, layer or solid must have a neutral unit cell: CHARGE=0");
+                       "CHARGE=0");
     }
     long long msdel = 0;
     const JobKeyword* state = named_state(keywords, msdel);
@@ -85,7 +85,7 @@ void check_spin(Findings& findings, const Keywords& keywords, const Electrons& e
             findings.error(*state, "spin-parity",
                            std::string(detail::spin_state_names[msdel]) + " SPECIFIED WITH " +
                                parity(odd) + " NUMBER OF ELECTRONS, CORRECT FAULT",
-                           odd ? "an odd multiplicity needs a charge of one more or less" : "");
+                           detail::spin_state_names[msdel > 0 ? msdel - 1 : 1]);
             return;
         }
         if (ms != nullptr) {
@@ -97,8 +97,11 @@ void check_spin(Findings& findings, const Keywords& keywords, const Electrons& e
         keywords.number("MS=", value);
         msdel = std::llround(2 * value);
         if ((msdel % 2 == 0) == odd && !zero_scf) {
-            findings.error(*ms, "ms-parity", "Value of MS not consistent with number of electrons",
-                           odd ? "MS=0.5 or another half number" : "MS=0, MS=1 or another whole number");
+            const double nearer = std::fabs(value) >= 0.5 ? std::fabs(value) - 0.5 : 0.5;
+            std::string written = std::to_string(nearer);
+            written.erase(written.find_last_not_of('0') + 1);
+            if (written.back() == '.') written.pop_back();
+            findings.error(*ms, "ms-parity", "Value of MS not consistent with number of electrons", "MS=" + written);
             return;
         }
     }
@@ -130,8 +133,8 @@ void check_spin(Findings& findings, const Keywords& keywords, const Electrons& e
         if (odd != (open_electrons % 2 != 0) && !zero_scf) {
             findings.error(open != nullptr ? *open : *keywords.job().keywords.data(), "open-shell-parity",
                            "IMPOSSIBLE NUMBER OF OPEN SHELL ELECTRONS",
-                           std::string("OPEN(n,m) with an ") + (odd ? "odd" : "even") + " n: " + std::to_string(n) +
-                               " electrons in all");
+                           "OPEN(" + std::to_string(open_electrons + 1 <= 2 * open_levels ? open_electrons + 1 : open_electrons - 1) +
+                               "," + std::to_string(open_levels) + ")");
             return;
         }
         closed -= open_electrons / 2;
@@ -142,8 +145,7 @@ void check_spin(Findings& findings, const Keywords& keywords, const Electrons& e
         }
         fraction = static_cast<double>(open_electrons) / static_cast<double>(open_levels);
         if (closed < 0 && !zero_scf) {
-            findings.error(*open, "open-shell-levels", "IMPOSSIBLE NUMBER OF CLOSED SHELLS",
-                           "OPEN(n,m) with n at most " + std::to_string(n));
+            findings.error(*open, "open-shell-levels", "IMPOSSIBLE NUMBER OF CLOSED SHELLS");
             return;
         }
     }
@@ -155,7 +157,8 @@ void check_spin(Findings& findings, const Keywords& keywords, const Electrons& e
         ci_levels = keywords.number("C.I.=(", value) ? std::llround(value) : 0;
         if (ci_levels - std::min(ci_doubly, closed) < levels) {
             findings.error(*ci_pair, "ci-too-small",
-                           "NUMBER OF OPEN-SHELLS ALLOWED IN C.I. IS LESS THAN THAT SPECIFIED BY OTHER KEYWORDS");
+                           "NUMBER OF OPEN-SHELLS ALLOWED IN C.I. IS LESS THAN THAT SPECIFIED BY OTHER KEYWORDS",
+                           "C.I.=(" + std::to_string(levels + std::min(ci_doubly, closed)) + "," + std::to_string(ci_doubly) + ")");
             return;
         }
     } else if (keywords.number("C.I.=", value)) {
@@ -174,8 +177,7 @@ void check_spin(Findings& findings, const Keywords& keywords, const Electrons& e
         if (up * down < 0 || up > active || down > active || active == 0) {
             const JobKeyword& at = state != nullptr ? *state : *ms;
             findings.error(at, "spin-not-spanned", "SPECIFIED SPIN COMPONENT NOT SPANNED BY ACTIVE SPACE",
-                           active == 0 ? "UHF, or an active space: C.I.=n or OPEN(n,m)"
-                                       : "a larger active space: C.I.=n with more orbitals");
+                           ci_levels < 0 && open == nullptr ? "UHF" : "C.I.=" + std::to_string(active + msdel));
             return;
         }
     }
@@ -188,7 +190,7 @@ void check_spin(Findings& findings, const Keywords& keywords, const Electrons& e
                                                : binomial(2 * active, in_active);
         if (value > states + 0.5) {
             findings.error(*root, "root-missing", "ROOT REQUESTED DOES NOT EXIST IN C.I.",
-                           "ROOT=" + std::to_string(static_cast<long long>(states)) + " at most, or a larger C.I.");
+                           "ROOT=" + std::to_string(static_cast<long long>(states)));
         }
     }
 }

@@ -81,6 +81,20 @@ TEST(check_job, reports_each_rule_mopac_applies) {
     }
 }
 
+// Each stop comes with what to write instead.
+TEST(check_job, hints_what_to_write) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"1SCF CHARGE=1 TRIPLET", "DOUBLET"}, {"1SCF MS=0.5", "MS=0"},      {"1SCF TRIPLET", "UHF"},
+        {"1SCF OPEN(1,2)", "OPEN(2,2)"},      {"INDO MS=1", "TRIPLET"},      {"PM8", "PM7"},
+        {"1SCF OPEN(2,2) SINGLET ROOT=4", "ROOT=3"}, {"MOZYME UHF", "RHF"}, {"1SCF PM7 AM1", "PM7"},
+    };
+    for (const auto& [keywords, expected] : cases) {
+        const std::vector<Diagnostic> found = check_job(read_job(std::string(keywords) + "\n" + benzene));
+        ASSERT_FALSE(found.empty()) << keywords;
+        EXPECT_EQ(found[0].suggestion, expected) << keywords;
+    }
+}
+
 // The charge of a job: the first CHARGE=, or that of the job before when
 // OLDGEO takes its geometry; a solid's unit cell must be neutral.
 TEST(check_job, takes_the_charge_as_mopac_does) {
@@ -129,6 +143,9 @@ TEST(check_job, reports_missing_named_files) {
     const CheckOptions options{folder + "job.mop"};
     const auto with = [&](const std::string& keywords) { return findings(keywords + "\n" + benzene, options); };
     EXPECT_EQ(with("1SCF EXTERNAL=params.txt"), std::vector<std::string>{});
+    const std::vector<Diagnostic> cased = check_job(read_job("1SCF EXTERNAL=Params.TXT\n" + std::string(benzene)), options);
+    ASSERT_EQ(cased.size(), 1u);
+    EXPECT_EQ(cased[0].suggestion, "EXTERNAL=params.txt");  // the name in the file's own case
     EXPECT_EQ(with("1SCF EXTERNAL=C:\\p\\none.txt"),
               std::vector<std::string>{"E missing-file: EXTERNAL file: 'C:/p/none.txt' does not exist!"});
     EXPECT_EQ(with("1SCF RESTART"), std::vector<std::string>{"E missing-file: RESTART file does not exist"});
