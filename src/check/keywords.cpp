@@ -174,7 +174,7 @@ std::string suggestion_for(std::string_view name, bool has_value) {
     for (const KeywordInfo& info : keyword_catalogue()) {
         if (info.name.size() < 3 || info.name == name || digits(info.name) != digits(name)) continue;
         // A word written with a value means a keyword that takes one.
-        if (has_value && info.forms.find_first_of("=(") == std::string_view::npos) continue;
+        if (has_value && info.forms.find('=') == std::string_view::npos) continue;
         const std::size_t found = distance(name, info.name);
         const bool same_start = info.name[0] == name[0];
         if (found < best_distance || (found == best_distance && best != nullptr && same_start && best->name[0] != name[0])) {
