@@ -22,6 +22,33 @@ SPIN_STATES = ['SINGLET', 'DOUBLET', 'TRIPLET', 'QUARTET', 'QUINTET', 'SEXTET', 
 # Keywords that set up an active space, in which RHF describes open shells.
 ACTIVE_SPACES = ['C.I.', 'OPEN', 'C.A.S.', 'C.I.D.', 'MRCI', 'CIS', 'CISD', 'CISDT']
 
+# The electrons of each core (MOPAC's TORE: the s, p and d occupancies of the
+# neutral atom, 3 for the lanthanides La-Lu), by atomic number 1-107: 98 is
+# Mithril, 99 the dummy XX, 100-106 the sparkles +3, -3, Cb (a capped bond,
+# one electron), ++, +, --, -, 107 Tv. A sparkle carries its charge as core
+# electrons: with CHARGE= of the same size it adds none.
+CORE_ELECTRONS = [
+    1, 2,
+    1, 2, 3, 4, 5, 6, 7, 8,
+    1, 2, 3, 4, 5, 6, 7, 8,
+    1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 2, 3, 4, 5, 6, 7, 8,
+    1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 2, 3, 4, 5, 6, 7, 8,
+    1, 2, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 4, 5, 6, 7, 8, 9, 10, 11, 2, 3, 4, 5, 6, 7, 8,
+    1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 0,
+    0, 3, -3, 1, 2, 1, -2, -1, 0]
+# Keywords (prefixes of a word, as MOPAC tests them) that make MOPAC run MOZYME.
+MOZYME_PREFIXES = ['MOZ', 'LEWIS', 'LOCATE-TS', 'LOCATE_TS', 'RESEQ', 'CHARGES', 'RAPID', 'SITE=(', 'PDBOUT']
+# Keywords that INDO refuses, "<NAME> is incompatible with INDO", in the order
+# MOPAC tests them (its first one found is the message); the spin states above
+# QUARTET come first, as "Spin is incompatible with INDO".
+INDO_REFUSES = ['FORCE', 'LOCATE_TS', 'MOZ', 'LEWIS', 'RESEQ', 'CHARGES', 'RAPID', 'SITE', 'PDBOUT', 'QMMM',
+                'COMPAR', 'BZ', 'EXCI', 'VELO', 'ESR', 'NOMM', 'MMOK', 'CISDT', 'COSCCH', 'INVERT', 'ESP',
+                'NSURF', 'SCINCR', 'SLOPE', 'NOTER', 'XENO', 'CHAINS', 'SETPI', 'PINOUT', 'REORTH',
+                'RE-LOCAL', 'ADD_H', 'CONNOL', 'ESPRST', 'UHF', 'STATIC', 'POLAR', 'RESI', 'NOOPT', 'OPT', 'P=',
+                'CUBE', 'ESPGRID', 'MICROS', 'OPEN', 'MS=', 'ROOT', 'STEP', 'MERS', 'POINT', 'IRC', 'DRC']
+# Keywords only INDO runs, "<NAME> is only compatible with INDO", in MOPAC's order.
+INDO_ONLY = ['C.I.D.', 'C.A.S.', 'MRCI', 'MAXCI', 'WRTCI', 'TDIP', 'WRTCONF']
+
 
 def quote(text):
     return '"' + text.replace('\\', '\\\\').replace('"', '\\"') + '"'
@@ -70,6 +97,13 @@ out.append('const std::size_t spin_state_names_size = sizeof spin_state_names / 
 out.append('')
 out.append('const char* const active_space_names[] = {' + ', '.join(quote(n) for n in ACTIVE_SPACES) + '};')
 out.append('const std::size_t active_space_names_size = sizeof active_space_names / sizeof active_space_names[0];')
+out.append('')
+
+assert len(CORE_ELECTRONS) == 107
+out.append('const signed char core_electrons[] = {0, ' + ', '.join(str(n) for n in CORE_ELECTRONS) + '};')
+for name, values in (('mozyme_prefixes', MOZYME_PREFIXES), ('indo_refuses', INDO_REFUSES), ('indo_only', INDO_ONLY)):
+    out.append(f'const char* const {name}[] = {{' + ', '.join(quote(n) for n in values) + '};')
+    out.append(f'const std::size_t {name}_size = sizeof {name} / sizeof {name}[0];')
 out.append('')
 
 # One letter an element, 1-97: y runs, n stops for missing parameters,

@@ -645,17 +645,19 @@ void bind_job_editor(py::module_& m) {
 void bind_check(py::module_& m) {
     m.def(
         "check",
-        [](const MopacJob& job) {
+        [](const MopacJob& job, const std::string& input_path) {
             py::gil_scoped_release released;
-            return mopac::check_job(job);
+            return mopac::check_job(job, mopac::CheckOptions{input_path});
         },
-        py::arg("job"),
+        py::arg("job"), py::arg("input_path") = std::string(),
         "Everything MOPAC would stop on or misread in an input, a list of Diagnostic\n"
         "in line order: the findings of the reading and those that need the keywords\n"
         "as a whole (unknown words with a suggestion, CHARGE and MS values, spin\n"
         "against the electron count, several methods, elements a method has no\n"
-        "parameters for, ...). Errors are where MOPAC stops::\n\n"
-        "    for d in vesk_mopac.check(vesk_mopac.read_job_file(\"in.mop\")):\n"
+        "parameters for, ...). Errors are where MOPAC stops. With the input's path,\n"
+        "the files it names (EXTERNAL=, GEO_DAT=, SETUP, RESTART, ...) are looked for\n"
+        "beside it as MOPAC looks for them::\n\n"
+        "    for d in vesk_mopac.check(vesk_mopac.read_job_file(\"in.mop\"), \"in.mop\"):\n"
         "        print(d)");
 
     py::class_<KeywordInfo>(m, "KeywordInfo", "One keyword of MOPAC's keyword list.")

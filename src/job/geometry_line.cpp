@@ -102,6 +102,7 @@ LineKind GeometryLineReader::read(std::string_view view, std::size_t atoms_befor
     if (count == 4) {
         for (int axis = 0; axis < 3; ++axis) atom.values[axis] = number_at(static_cast<std::size_t>(axis) + 2);
         atom.flags[0] = atom.flags[1] = atom.flags[2] = 1;
+        mark_written_short(atom, atoms_before);
         return LineKind::atom;
     }
 
@@ -201,7 +202,26 @@ LineKind GeometryLineReader::read(std::string_view view, std::size_t atoms_befor
     }
 
     if (count > read_fields) extra_ = trim(view_.substr(view_offset(fields_[read_fields].begin)));
+    mark_written_short(atom, atoms_before);
     return LineKind::atom;
+}
+
+// A Cartesian line that looks like internal coordinates short of fields:
+// 2 to 6 fields ("El r f a f"), or "El r f a f na nb nc" without the dihedral,
+// 8 fields that MOPAC reads as x f y f z f with the references landing in z
+// and the flags. Atom 2 as "El r [f]" beside atom 1 at the origin is not
+// marked: x = r puts it where internal coordinates would.
+void GeometryLineReader::mark_written_short(ParsedAtom& atom, std::size_t atoms_before) {
+    if (atoms_before == 0) first_at_origin_ = atom.values[0] == 0 && atom.values[1] == 0 && atom.values[2] == 0;
+    if (atom.internal || atoms_before == 0) return;
+    const auto reference = [atoms_before](double value) {
+        return value >= 0 && value <= static_cast<double>(atoms_before) && value == std::floor(value);
+    };
+    const std::size_t count = atom.field_count;
+    const bool references_last = count == 8 && atom.values[2] >= 1 && reference(atom.values[2]) &&
+                                 reference(atom.flags[1]) && reference(atom.flags[2]);
+    const bool same_place = atoms_before == 1 && first_at_origin_ && count <= 3;
+    atom.written_short = !same_place && ((count >= 2 && count <= 6) || references_last);
 }
 
 // Fields are separated by blanks; a '-' inside a field, other than behind an

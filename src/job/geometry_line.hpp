@@ -39,6 +39,7 @@ struct ParsedAtom {
     bool internal = false;
     bool angle_in_radians = false;  // atom 3 written "r f a f 1 2": MOPAC does not convert the angle
     bool xyz_element = false;       // an "x y z El" line: the geometry is in Bohr
+    bool written_short = false;     // read as Cartesian, but looks like internal coordinates short of fields
 };
 
 /// A finding on the line just read, with its offset in the line's view.
@@ -75,9 +76,11 @@ private:
     bool read_element(ParsedAtom& atom);
     void report(Issue issue, std::size_t offset, std::string detail = {});
     std::size_t view_offset(std::size_t line_offset) const noexcept;
+    void mark_written_short(ParsedAtom& atom, std::size_t atoms_before);
 
     GeometrySettings settings_;
     std::size_t last_label_length_ = 0;  // 27 after a PDB-style label: then all must be 27
+    bool first_at_origin_ = false;       // atom 1 stands at 0 0 0
     std::string_view view_;
     std::string line_;  // the view with commas blanked, the label cut out, upper-cased
     std::size_t label_at_ = std::string::npos;

@@ -33,7 +33,7 @@ constexpr std::array<IssueInfo, static_cast<std::size_t>(Issue::too_many_diagnos
     {"flag-out-of-range", error, "Unless MINI is used, optimization flags must be 1, 0, or -1"},
     {"geometry-faulty", error, "GEOMETRY IS FAULTY: a letter where an optimization flag belongs ({})"},
     {"short-line-in-zmatrix", warning,
-     "a line of {} fields inside a Z-matrix: MOPAC reads it as Cartesian x, y, z, not as internal coordinates"},
+     "a line of {} fields inside a Z-matrix: MOPAC reads it as Cartesian x, y, z, not as internal coordinates (too few fields for r, angle, dihedral and three atom numbers)"},
     {"atom-after-translation-vector", error, "TRANSLATION VECTORS MUST BE AT THE END OF THE DATA SET"},
     {"ill-defined-atom", error, "ATOM NUMBER {} IS ILL-DEFINED"},
     {"coincident-atoms", error, "TWO ATOMS ARE COINCIDENT: the reference atoms of atom {}"},

@@ -76,7 +76,7 @@ void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
     std::size_t atoms = 0;
     bool translation_seen = false;
     bool reaction_path = false;
-    std::vector<std::pair<std::size_t, std::size_t>> short_lines;  // Cartesian lines of 2 to 6 fields, by line
+    std::vector<std::pair<std::size_t, std::size_t>> short_lines;  // lines written short (ParsedAtom), by line
     const std::size_t geometry_start = next_;
     // Cartesian atoms stand where their lines put them and are placed from
     // the lines when asked: atoms are kept only from the first line in
@@ -110,7 +110,7 @@ void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
             report_line(Issue::atom_after_translation_vector, index);
         }
         if (atom.xyz_element) current.bohr = true;
-        if (!atom.internal && atoms > 1 && atom.field_count >= 2 && atom.field_count <= 6) {
+        if (atom.written_short) {
             short_lines.emplace_back(index, atom.field_count);
         }
         for (int flag : atom.flags) reaction_path = reaction_path || flag == -1;

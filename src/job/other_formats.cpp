@@ -121,29 +121,36 @@ LineKind read_pdb_line(std::string_view view, const PdbElementNames& names, Pars
     atom.values[2] = fixed_column_number(view, 47, 54);
     atom.flags[0] = atom.flags[1] = atom.flags[2] = 1;
     atom.field_count = 3;
-    // A name the PDB keyword translates, the element column, else the
-    // letters of the atom name: " CA " is carbon.
-    std::string_view atom_name = view.size() > 12 ? view.substr(12, 4) : std::string_view();
-    while (!atom_name.empty() && atom_name.front() == ' ') atom_name.remove_prefix(1);
-    while (!atom_name.empty() && (atom_name.back() == ' ' || is_digit(atom_name.back()))) atom_name.remove_suffix(1);
+    // The element as MOPAC takes it: columns 77-78 when they hold a symbol
+    // (one letter right-justified, or two), else columns 13-14 with digits
+    // and blanks dropped (an ATOM name starting with H is hydrogen). A name
+    // the PDB keyword defines wins; X and L are no atoms.
+    const auto column = [&view](std::size_t at) { return at < view.size() ? to_upper(view[at]) : ' '; };
+    const auto blank_or_digit = [](char c, bool dot) { return c == ' ' || is_digit(c) || (dot && c == '.'); };
+    std::string element{column(76), column(77)};
+    if (element[0] != ' ' && element[1] == ' ') element = "  ";
+    if (blank_or_digit(element[0], true)) {
+        element = {element[1], ' '};
+        if (blank_or_digit(element[0], true)) {
+            element = {column(12), column(13)};
+            if (view.substr(0, 4) == "ATOM" && element[0] == 'H') {
+                element[1] = ' ';
+            } else if (blank_or_digit(element[0], false)) {
+                element = {element[1], ' '};
+            }
+            if (blank_or_digit(element[1], false)) element[1] = ' ';
+        }
+    }
+    const std::string_view symbol = std::string_view(element).substr(0, element[1] == ' ' ? 1 : 2);
     for (const auto& [name, number] : names) {
-        if (!atom_name.empty() && equal_upper(name, atom_name)) {
+        if (equal_upper(name, symbol)) {
             atom.atomic_number = number;
             return LineKind::atom;
         }
     }
-    std::string_view element = view.size() >= 78 ? view.substr(76, 2) : std::string_view();
-    while (!element.empty() && element.front() == ' ') element.remove_prefix(1);
-    while (!element.empty() && element.back() == ' ') element.remove_suffix(1);
-    int number = element.empty() ? 0 : atomic_number_of(element);
-    if (number == 0 && view.size() > 13) {
-        std::string_view name = view.substr(12, 2);
-        while (!name.empty() && (name.front() == ' ' || is_digit(name.front()))) name.remove_prefix(1);
-        number = atomic_number_of(name.substr(0, 1));
-        if (name.size() == 2 && is_letter(name[1]) && view[12] != ' ' && !is_digit(view[12])) {
-            if (const int two = atomic_number_of(name); two != 0) number = two;
-        }
-    }
+    if (symbol == "X" || symbol == "L") return LineKind::skip;
+    int number = symbol == "D" ? 1 : atomic_number_of(symbol);
+    if (number > 93) number = 0;
     if (number == 0) {
         const std::string_view name = view.size() > 12 ? view.substr(12, 4) : std::string_view();
         issues.push_back({Issue::unknown_element, 12, "\"" + std::string(name) + "\""});

@@ -394,6 +394,14 @@ const std::size_t spin_state_names_size = sizeof spin_state_names / sizeof spin_
 const char* const active_space_names[] = {"C.I.", "OPEN", "C.A.S.", "C.I.D.", "MRCI", "CIS", "CISD", "CISDT"};
 const std::size_t active_space_names_size = sizeof active_space_names / sizeof active_space_names[0];
 
+const signed char core_electrons[] = {0, 1, 2, 1, 2, 3, 4, 5, 6, 7, 8, 1, 2, 3, 4, 5, 6, 7, 8, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 2, 3, 4, 5, 6, 7, 8, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 2, 3, 4, 5, 6, 7, 8, 1, 2, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 4, 5, 6, 7, 8, 9, 10, 11, 2, 3, 4, 5, 6, 7, 8, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 0, 0, 3, -3, 1, 2, 1, -2, -1, 0};
+const char* const mozyme_prefixes[] = {"MOZ", "LEWIS", "LOCATE-TS", "LOCATE_TS", "RESEQ", "CHARGES", "RAPID", "SITE=(", "PDBOUT"};
+const std::size_t mozyme_prefixes_size = sizeof mozyme_prefixes / sizeof mozyme_prefixes[0];
+const char* const indo_refuses[] = {"FORCE", "LOCATE_TS", "MOZ", "LEWIS", "RESEQ", "CHARGES", "RAPID", "SITE", "PDBOUT", "QMMM", "COMPAR", "BZ", "EXCI", "VELO", "ESR", "NOMM", "MMOK", "CISDT", "COSCCH", "INVERT", "ESP", "NSURF", "SCINCR", "SLOPE", "NOTER", "XENO", "CHAINS", "SETPI", "PINOUT", "REORTH", "RE-LOCAL", "ADD_H", "CONNOL", "ESPRST", "UHF", "STATIC", "POLAR", "RESI", "NOOPT", "OPT", "P=", "CUBE", "ESPGRID", "MICROS", "OPEN", "MS=", "ROOT", "STEP", "MERS", "POINT", "IRC", "DRC"};
+const std::size_t indo_refuses_size = sizeof indo_refuses / sizeof indo_refuses[0];
+const char* const indo_only[] = {"C.I.D.", "C.A.S.", "MRCI", "MAXCI", "WRTCI", "TDIP", "WRTCONF"};
+const std::size_t indo_only_size = sizeof indo_only / sizeof indo_only[0];
+
 const MethodElements method_elements[] = {
     {"AM1", "yyyyyyyyyyyyyyyyyyyynnnnnnnnnyyyyyyyyynnnynnnnnnyyyyyyyyyyyyyyyyyyyyyyynnnnnnnnyyyynnnnnnnnnnnnnn"},
     {"INDO", "ynyyyyyyjnyyyyyyjnyyyyyyyyyyyynnnnjnnnyyyyyyynynnnnnjnnnnnnnnnnnnnnnnnnnnnnnnnynnnnnnnnnnnnnnnnnn"},

@@ -30,6 +30,20 @@ extern const std::size_t spin_state_names_size;
 extern const char* const active_space_names[];
 extern const std::size_t active_space_names_size;
 
+/// The electrons MOPAC counts for a core, by atomic number 0-107 (see
+/// element_symbol): valence electrons, 3 for La-Lu, a sparkle's charge.
+extern const signed char core_electrons[];
+
+/// Prefixes of words that make MOPAC run MOZYME (MOZYME, LEWIS, RESEQ, ...).
+extern const char* const mozyme_prefixes[];
+extern const std::size_t mozyme_prefixes_size;
+/// Keywords INDO refuses, in the order MOPAC tests them.
+extern const char* const indo_refuses[];
+extern const std::size_t indo_refuses_size;
+/// Keywords only INDO runs, in the order MOPAC tests them.
+extern const char* const indo_only[];
+extern const std::size_t indo_only_size;
+
 /// What MOPAC does with one atom of each element 1-97 under a method:
 /// 'y' runs; 'n' stops: "Parameters for some elements are missing";
 /// 'j' stops: "JOB STOPPED. TO CONTINUE, SPECIFY ..."; 'v' stops:

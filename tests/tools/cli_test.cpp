@@ -272,8 +272,10 @@ TEST(mopac_input_tool, check_and_xyz_read_real_files_as_mopac_does) {
 
     ToolRun errors = run(dir, {"check", old_deck});
     EXPECT_EQ(errors.status, 1);
-    EXPECT_THAT(errors.out, ::testing::StartsWith(old_deck + ":1:1: error: UNRECOGNIZED KEY-WORDS: (MNDO-D) "
-                                                             "[unknown-keyword] (write MNDOD)\n"));
+    EXPECT_THAT(errors.out, ::testing::StartsWith(old_deck + ":1:1: error: UNRECOGNIZED KEY-WORDS: (MNDO-D MOD1 MOD2 "
+                                                             "MOD3 MOD4) [unknown-keyword] (write MNDOD)\n"));
+    // The parameter file the deck names is looked for beside it.
+    EXPECT_THAT(errors.out, ::testing::HasSubstr(":1:8: error: EXTERNAL file: 'test41.par' does not exist!"));
     ToolRun warning = run(dir, {"check", "--json", zmatrix});
     EXPECT_EQ(warning.status, 0);
     EXPECT_EQ(nlohmann::json::parse(warning.out)["findings"][0]["code"], "short-line-in-zmatrix");

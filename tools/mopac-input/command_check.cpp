@@ -42,7 +42,7 @@ namespace {
 
 int run_check(const CheckOptions& options) {
     return for_each_file(options.files, [&options](SourceFile& file) {
-        const std::vector<Diagnostic> findings = input::mopac::check_job(read_as_mopac(file));
+        const std::vector<Diagnostic> findings = input::mopac::check_job(read_as_mopac(file), {file.path == "-" ? std::string() : file.path});
         bool failing = false;
         std::size_t errors = 0;
         std::string out;

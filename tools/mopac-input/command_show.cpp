@@ -69,7 +69,7 @@ namespace {
 int run_show(const ShowOptions& options) {
     return for_each_file(options.files, [&options](SourceFile& file) {
         const MopacJob job = read_as_mopac(file);
-        const std::vector<Diagnostic> findings = input::mopac::check_job(job);
+        const std::vector<Diagnostic> findings = input::mopac::check_job(job, {file.path == "-" ? std::string() : file.path});
         const Json description = describe(file.path, job, findings);
         std::string out = options.json ? json_line(description) : format_description(description);
         if (!options.json) {

@@ -1,6 +1,7 @@
 // The preflight check: everything MOPAC would stop on or misread in an input.
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "vesk/input/mopac/export.hpp"
@@ -21,5 +22,18 @@ namespace vesk::input::mopac {
 ///     for (const Diagnostic& d : check_job(read_job_file("in.mop")))
 ///         std::cout << d.line << ':' << d.column << ": " << d.message << '\n';
 VESK_MOPAC_API std::vector<Diagnostic> check_job(const MopacJob& job);
+
+/// What the check may know of the input beside its text.
+struct CheckOptions {
+    /// The input file's path, or its folder with a trailing '/'. Files the
+    /// input names (EXTERNAL=, GEO_DAT=, SETUP=, RESTART's .res, ...) are
+    /// looked for as MOPAC looks for them: relative names from this folder.
+    /// Empty: no file is looked for.
+    std::string input_path;
+};
+
+/// The same, and the files the input names: a missing one is an error with
+/// MOPAC's own words. A file that exists is not read.
+VESK_MOPAC_API std::vector<Diagnostic> check_job(const MopacJob& job, const CheckOptions& options);
 
 }  // namespace vesk::input::mopac
