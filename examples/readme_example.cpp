@@ -22,14 +22,14 @@ bool edit_a_job(const std::string& path, const std::string& out_path) {
     mopac::JobEditor editor(std::move(job));
     editor.set_method("PM6-D3H4");  // every method MOPAC runs goes, the new one takes the first's place
     editor.set_charge(1);           // CHARGE=1 where a CHARGE was, else at the end of the keywords
-    editor.set_multiplicity(2);     // MS=0.5 and, for an open shell, UHF
+    editor.set_multiplicity(2);     // DOUBLET, in the form MOPAC accepts for this job
     for (const mopac::Diagnostic& d : mopac::check_job(editor.job())) {
         std::cerr << path << ':' << d.line << ": " << d.message << '\n';  // nothing: MOPAC would run it
     }
     editor.write_file(out_path);  // atomic; every byte but line 2 as it was
     std::cout << editor.job().line_text(2) << '\n';
-    // PM6-D3H4 PRECISE CHARGE=1 MS=0.5 UHF
-    return editor.job().line_text(2) == "PM6-D3H4 PRECISE CHARGE=1 MS=0.5 UHF" &&
+    // PM6-D3H4 PRECISE CHARGE=1 DOUBLET
+    return editor.job().line_text(2) == "PM6-D3H4 PRECISE CHARGE=1 DOUBLET" &&
            mopac::check_job(editor.job()).empty();
 }
 

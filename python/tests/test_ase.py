@@ -87,7 +87,7 @@ def test_method_charge_multiplicity_and_keywords_are_written():
                           title="water cation", description="from ASE")
     job = vm.read_job(text)
     (head,) = job.jobs
-    assert [k.text for k in head.keywords] == ["PM6-D3H4", "CHARGE=1", "MS=0.5", "UHF", "PRECISE", "GNORM=0.1"]
+    assert [k.text for k in head.keywords] == ["PM6-D3H4", "CHARGE=1", "DOUBLET", "PRECISE", "GNORM=0.1"]
     assert (head.title.text, head.description.text) == ("water cation", "from ASE")
     assert vm.check(job) == []
     assert to_ase_atoms(job).info == {"charge": 1, "multiplicity": 2}

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "check/spin_forms.hpp"
 #include "document/number_format.hpp"
 #include "editing/job_plan.hpp"
 #include "mopac/tables.hpp"
@@ -211,20 +212,32 @@ void JobEditor::set_multiplicity(unsigned int multiplicity, std::size_t which) {
     std::string ms = "MS=";
     detail::append_number(ms, (static_cast<double>(multiplicity) - 1.0) * 0.5);
     record(job_, plan_, which, [&ms, multiplicity](const MopacJob& job, std::size_t k, PlannedJob& plan) {
-        // A file that names its spin state gets a name again, where one exists.
+        const auto is_reference = [](const std::string& name) { return name == "UHF" || name == "RHF"; };
+        // The job's other keywords as they will stand, for the form MOPAC
+        // accepts: the state's name, with UHF or RHF where that job needs one.
+        Job planned;
+        for (const std::string& word : detail::expected_keywords(job, k, plan)) {
+            const std::string name = normalize_keyword_name(word);
+            if (!detail::is_spin_keyword(name) && !is_reference(name)) planned.keywords.push_back({word, 0, 0, 0});
+        }
+        const check::SpinKeywords form = check::spin_keywords_for(planned, multiplicity);
         const std::vector<WordRef> spins = words_where(job, k, plan, detail::is_spin_keyword);
-        const bool named = !spins.empty() &&
-                           spin_state_multiplicity(normalize_keyword_name(detail::planned_text(job, k, plan, spins[0]))) != 0;
-        const bool by_name = named && multiplicity <= detail::spin_state_names_size;
-        put_first(job, k, plan, spins, by_name ? detail::spin_state_names[multiplicity - 1] : ms);
         plan.asked.multiplicity = multiplicity;
-        // Open shells need UHF, unless an active space lets RHF treat them.
-        const auto active = [](const std::string& name) { return is_active_space_keyword(name); };
-        if (multiplicity == 1 || !words_where(job, k, plan, active).empty() ||
-            !words_named(job, k, plan, "UHF").empty()) {
+        if (form.accepted) {
+            std::string reference;
+            for (const std::string& token : form.tokens) {
+                if (is_reference(token)) reference = token;
+            }
+            put_first(job, k, plan, spins, form.tokens.back());
+            if (!reference.empty()) put_first(job, k, plan, words_where(job, k, plan, is_reference), reference);
             return;
         }
-        put_first(job, k, plan, words_named(job, k, plan, "RHF"), "UHF");
+        // No form MOPAC runs: MS= and UHF, which the proof then refuses
+        // with MOPAC's own reason.
+        put_first(job, k, plan, spins, ms);
+        if (multiplicity > 1 && words_named(job, k, plan, "UHF").empty()) {
+            put_first(job, k, plan, words_named(job, k, plan, "RHF"), "UHF");
+        }
     });
 }
 

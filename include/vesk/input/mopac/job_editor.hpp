@@ -81,10 +81,11 @@ public:
     /// Writes CHARGE=<charge> in the place of the first CHARGE keyword and
     /// removes the others.
     VESK_MOPAC_API void set_charge(int charge, std::size_t job = every_job);
-    /// Replaces the spin keywords (SINGLET to NONET, MS, BIRADICAL) by one:
-    /// the state's name where the file named its state (DOUBLET), otherwise
-    /// MS=<(m-1)/2>; above 1 also UHF in place of RHF, unless an active space
-    /// (C.I., OPEN, CIS, ...) lets RHF describe the open shells.
+    /// Replaces the spin keywords (SINGLET to NONET, MS, BIRADICAL) by the
+    /// form MOPAC accepts for the job: the state's name, with UHF (in place of
+    /// RHF) where open shells need it, none with INDO or an active space, RHF
+    /// for POLAR; beyond NONET, or where no form runs, MS=<(m-1)/2> and UHF,
+    /// which the proof then refuses with MOPAC's reason.
     /// Throws std::invalid_argument when `multiplicity` is 0.
     VESK_MOPAC_API void set_multiplicity(unsigned int multiplicity, std::size_t job = every_job);
     /// Sets PRECISION=<precision> in the AUX keyword, keeping its other
