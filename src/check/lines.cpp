@@ -6,6 +6,7 @@
 
 #include "check/findings.hpp"
 #include "text/bytes.hpp"
+#include "text/continuation.hpp"
 #include "text/keyword_scan.hpp"
 
 namespace vesk::input::mopac::check {
@@ -48,11 +49,9 @@ void check_lines(Findings& findings) {
         if (line.role == LineRole::keywords && i + 1 < lines.size() && lines[i + 1].role == LineRole::keywords &&
             lines[i + 1].job == line.job) {
             // MOPAC continues at any " +"; a lone "+" is the mark authors write.
-            bool mark = false;
-            detail::for_each_keyword_token(text, [&mark](std::string_view token) { mark = mark || token == "+"; });
             const std::size_t plus = (" " + std::string(text) + " ").find(" +");
-            if (!mark && plus != std::string::npos && text.find('&') == std::string_view::npos &&
-                text.find("++") == std::string_view::npos) {
+            if (!detail::holds_plus_token(text) && plus != std::string::npos && !detail::holds_ampersand(text) &&
+                !detail::holds_double_plus(text)) {
                 findings.add(Severity::warning, "plus-in-word", i + 1, plus + 1,
                              "\" +\" inside a word or quotes: MOPAC reads the next line as more keywords");
             }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "text/bytes.hpp"
+#include "text/continuation.hpp"
 #include "text/keyword_scan.hpp"
 #include "job/reader.hpp"
 #include "job/text_lines.hpp"
@@ -100,7 +101,6 @@ void KeywordText::push_joined(char c, std::size_t line_index, std::size_t at) {
 }
 
 std::vector<JobKeyword> split_keywords(const MopacJob& job, const KeywordText& keywords);
-bool line_holds(std::string_view view, std::string_view part, bool blank_in_front);
 
 }  // namespace
 
@@ -110,7 +110,7 @@ void JobReader::read_head(Job& current, std::size_t job_index) {
     current.first_keyword_line = first + 1;
     current.keyword_line_count = 1;
     const std::string first_view(view(first));
-    const bool double_plus = first_view.find("++") != std::string::npos;
+    const bool double_plus = detail::holds_double_plus(first_view);
     if (double_plus) {
         keywords.append_joined(first_view, first);
     } else {
@@ -149,8 +149,8 @@ void JobReader::read_head(Job& current, std::size_t job_index) {
         }
     } else if (detail::contains_upper(first_view, "SETUP")) {
         current.head = HeadForm::setup;
-        if (line_holds(first_view, " + ", false)) report_line(Issue::setup_with_plus, first);
-    } else if (line_holds(first_view, " +", false)) {
+        if (detail::padded_line_holds(first_view, " + ", false)) report_line(Issue::setup_with_plus, first);
+    } else if (detail::holds_blank_plus(first_view, false)) {
         // The second and third lines are tested with a blank in front, so a
         // '+' in their first column continues too; a third " +" is fatal.
         current.head = HeadForm::plus;
@@ -159,10 +159,10 @@ void JobReader::read_head(Job& current, std::size_t job_index) {
             if (!index) break;
             const std::string line_view(view(*index));
             keywords.append(line_view, *index);
-            if (!line_holds(line_view, " +", true)) break;
+            if (!detail::holds_blank_plus(line_view, true)) break;
             if (extra == 1) report_line(Issue::too_many_keyword_lines, *index);
         }
-    } else if (first_view.find('&') != std::string::npos) {
+    } else if (detail::holds_ampersand(first_view)) {
         // The first '&' of line 1 is a mark; a line 2 ending in '&' takes a
         // third line and leaves no description, else one description follows.
         current.head = HeadForm::ampersand;
@@ -258,17 +258,6 @@ std::vector<JobKeyword> split_keywords(const MopacJob& job, const KeywordText& k
         result.push_back(std::move(keyword));
     }
     return result;
-}
-
-// MOPAC's tests look at a blank-padded line, so " + " matches a '+' at the
-// end; lines 2 and 3 are tested with a blank put in front.
-bool line_holds(std::string_view view, std::string_view part, bool blank_in_front) {
-    std::string padded;
-    padded.reserve(view.size() + 2);
-    if (blank_in_front) padded.push_back(' ');
-    padded.append(view);
-    padded.push_back(' ');
-    return padded.find(part) != std::string::npos;
 }
 
 }  // namespace

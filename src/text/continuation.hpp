@@ -6,6 +6,7 @@
 // same rules the readers use.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 #include "text/keyword_scan.hpp"
@@ -38,15 +39,22 @@ inline bool holds_plus_token(std::string_view line) noexcept {
     return in_token && plus_only;
 }
 
-/// MOPAC's " +" rule: whether a keyword line holds a blank-plus anywhere, the
-/// line tested as MOPAC pads it: a blank behind it always, and in front of it
-/// for the second and third keyword lines (`blank_in_front`).
-inline bool holds_blank_plus(std::string_view line, bool blank_in_front) noexcept {
-    if (blank_in_front && !line.empty() && line[0] == '+') return true;
-    for (std::size_t i = 1; i < line.size(); ++i) {
-        if (line[i] == '+' && line[i - 1] == ' ') return true;
-    }
-    return false;
+/// Whether a keyword line holds `part` as MOPAC tests it: on the line padded
+/// with a blank behind it always, and in front of it for the second and
+/// third keyword lines (`blank_in_front`); so " + " matches a '+' at the end.
+inline bool padded_line_holds(std::string_view line, std::string_view part, bool blank_in_front) {
+    std::string padded;
+    padded.reserve(line.size() + 2);
+    if (blank_in_front) padded.push_back(' ');
+    padded.append(line);
+    padded.push_back(' ');
+    return padded.find(part) != std::string::npos;
+}
+
+/// MOPAC's " +" rule: a keyword line that holds a blank-plus anywhere,
+/// quotes or not, continues ("PM7 +1" too).
+inline bool holds_blank_plus(std::string_view line, bool blank_in_front) {
+    return padded_line_holds(line, " +", blank_in_front);
 }
 
 /// MOPAC's "++" rule: a first keyword line that holds "++" anywhere glues
