@@ -288,4 +288,5 @@ def test_reading_a_large_text_lets_other_threads_run():
         reader.join()
     finally:
         sys.setswitchinterval(interval)
-    assert longest < call / 2, f"the main thread stalled {longest:.3f} s, a read takes {call:.3f} s"
+    # Held, the stall would be a whole call; the margin leaves room for a busy machine.
+    assert longest < call * 0.8, f"the main thread stalled {longest:.3f} s, a read takes {call:.3f} s"
