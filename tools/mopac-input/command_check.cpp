@@ -41,6 +41,7 @@ void add_check_command(CLI::App& app, int& status) {
 namespace {
 
 int run_check(const CheckOptions& options) {
+    set_summary_outcomes({"ok", "with errors", "failed"});
     return for_each_file(options.files, [&options](SourceFile& file) {
         const std::vector<Diagnostic> findings = input::mopac::check_job(read_as_mopac(file), {file.path == "-" ? std::string() : file.path});
         bool failing = false;
@@ -64,6 +65,7 @@ int run_check(const CheckOptions& options) {
                              {"counts", {{"errors", errors}, {"warnings", findings.size() - errors}}},
                              {"findings", listed}});
         }
+        tally(errors == 0 ? "ok" : "with errors");
         const bool written = write_result("", out);
         return failing || !written ? 1 : 0;
     }, ReadRules{false, true});

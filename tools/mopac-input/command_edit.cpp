@@ -1,6 +1,7 @@
 // mopac-input edit: change keywords, title and description of existing
 // inputs where MOPAC reads them, every other byte kept.
 #include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <optional>
@@ -22,6 +23,7 @@ struct EditOptions {
     std::string output;  // -o; empty: standard output
     bool in_place = false;
     bool rewrite = false;
+    bool json = false;
     std::optional<unsigned long long> width;
 };
 
@@ -51,6 +53,9 @@ void add_edit_command(CLI::App& app, int& status) {
                    "Lay the keyword lines out anew (at --width, 78 by default) in the head's own continuation "
                    "style; every other line stays as it is");
     add_width_option(*edit, options->width);
+    edit->add_flag("--json", options->json,
+                   "Report each file as one JSON object a line (file, status: edited, unchanged, refused or "
+                   "failed, message); needs --in-place or -o");
     edit->callback([options, &status] { status = run_edit(*options); });
 }
 
@@ -69,13 +74,26 @@ int run_edit(const EditOptions& options) {
         report("edit", "--width needs --rewrite: in-place edits keep every line's layout");
         return 2;
     }
+    if (options.json && !options.in_place && options.output.empty()) {
+        report("edit", "--json needs --in-place or -o: standard output is for the edited text otherwise");
+        return 2;
+    }
     EditRequest request = options.request;
     if (options.rewrite) request.layout_width = options.width.value_or(78);
+    set_summary_outcomes({"edited", "unchanged", "refused", "failed"});
     return for_each_file(options.files, [&options, &request](SourceFile& file) {
         const std::string& output = options.in_place ? file.path : options.output;
         const std::string path = file.path;
         input::mopac::JobEditor editor(read_as_mopac(file));
-        return edit_and_write(path, editor, request, output);
+        const EditOutcome outcome = edit_and_write(path, editor, request, output);
+        if (options.json) {
+            write_result("", json_line({{"schema", json_schema_version},
+                                        {"command", "edit"},
+                                        {"file", path},
+                                        {"status", outcome.status},
+                                        {"message", outcome.message}}));
+        }
+        return outcome.exit_status;
     }, ReadRules{options.in_place, true});
 }
 

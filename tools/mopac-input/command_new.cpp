@@ -69,7 +69,7 @@ int run_new(const NewOptions& options) {
     if (!request.title) request.title = std::move(xyz.comment);
     request.layout_width = options.width.value_or(78);
     input::mopac::JobEditor editor(std::move(mopac));
-    return edit_and_write(options.xyz_file, editor, request, options.output);
+    return edit_and_write(options.xyz_file, editor, request, options.output).exit_status;
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include <charconv>
+#include <cmath>
 #include <memory>
 #include <system_error>
 #include <string>
@@ -67,6 +68,7 @@ Json finding_json(const Diagnostic& d) {
 namespace {
 
 int run_show(const ShowOptions& options) {
+    set_summary_outcomes({"shown", "failed"});
     return for_each_file(options.files, [&options](SourceFile& file) {
         const MopacJob job = read_as_mopac(file);
         const std::vector<Diagnostic> findings = input::mopac::check_job(job, {file.path == "-" ? std::string() : file.path});
@@ -75,6 +77,7 @@ int run_show(const ShowOptions& options) {
         if (!options.json) {
             for (const Diagnostic& d : findings) out += "  " + finding_line(file.path, d);
         }
+        tally("shown");
         return write_result("", out) ? 0 : 1;
     });
 }
@@ -112,7 +115,7 @@ Json multiplicity_of(const Job& job) {
         if (named != 0) return named;
     }
     const Json ms = number_value(job, "MS");
-    return ms.is_number() ? Json(static_cast<long long>(2 * ms.get<double>() + 1.5)) : Json();
+    return ms.is_number() ? Json(static_cast<long long>(2 * std::fabs(ms.get<double>()) + 1.5)) : Json();
 }
 
 // The Hamiltonian MOPAC runs: the first method keyword's, PM7 without one.

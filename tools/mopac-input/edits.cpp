@@ -32,21 +32,30 @@ void apply_edits(input::mopac::JobEditor& editor, const EditRequest& request) {
     editor.allow_new_errors(request.allow_new_errors);
 }
 
-int edit_and_write(const std::string& source, input::mopac::JobEditor& editor, const EditRequest& request,
-                   const std::string& output) {
+EditOutcome edit_and_write(const std::string& source, input::mopac::JobEditor& editor, const EditRequest& request,
+                           const std::string& output) {
+    EditOutcome outcome;
     try {
         apply_edits(editor, request);
         editor.apply();
     } catch (const input::mopac::EditRefused& refused) {
         const std::string_view what = refused.what();
         const bool new_error = what.rfind("the edit gives an error", 0) == 0;
-        report(source, "not written: " + std::string(what) + (new_error ? " (use --force to write it anyway)" : ""));
-        return 1;
+        outcome = {"refused", "not written: " + std::string(what) + (new_error ? " (use --force to write it anyway)" : ""), 1};
     } catch (const std::exception& error) {  // an argument the library refuses, memory
-        report(source, error.what());
-        return 1;
+        outcome = {"refused", error.what(), 1};
     }
-    return write_result(output, editor.text()) ? 0 : 1;
+    if (outcome.exit_status == 0) {
+        switch (write_edited(output, editor.text())) {
+            case core::fs::WriteOutcome::written: break;
+            case core::fs::WriteOutcome::unchanged: outcome.status = "unchanged"; break;
+            case core::fs::WriteOutcome::failed: outcome = {"failed", "the result could not be written", 1}; break;
+        }
+    } else {
+        report(source, outcome.message);
+    }
+    tally(outcome.status);
+    return outcome;
 }
 
 }  // namespace vesk::tools

@@ -32,10 +32,18 @@ struct EditRequest {
 /// result when its text is asked for.
 void apply_edits(input::mopac::JobEditor& editor, const EditRequest& request);
 
+/// What became of one edited file: "edited", "unchanged", "refused" or
+/// "failed", with the reason of the last two, and the exit status.
+struct EditOutcome {
+    const char* status = "edited";
+    std::string message;
+    int exit_status = 0;
+};
+
 /// Edits `editor` as asked and writes the proven text to `output` (standard
 /// output when empty); `source` names the input in messages. Nothing is
-/// written when the result is refused. Answers the exit status.
-int edit_and_write(const std::string& source, input::mopac::JobEditor& editor, const EditRequest& request,
-                   const std::string& output);
+/// written when the result is refused. Counts the outcome for the summary.
+EditOutcome edit_and_write(const std::string& source, input::mopac::JobEditor& editor, const EditRequest& request,
+                           const std::string& output);
 
 }  // namespace vesk::tools

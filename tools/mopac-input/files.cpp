@@ -49,6 +49,9 @@ void clear_progress() {
 bool standard_output_failed = false;  // reported once; nothing more is written there
 std::size_t input_limit = default_input_limit;
 
+// The outcomes of the files of a batch, in the order first counted.
+std::vector<std::pair<std::string, std::size_t>> outcomes;
+
 // The file for_each_file() has in hand, which write_result() writes back
 // only over the very file read.
 const SourceFile* in_hand = nullptr;
@@ -171,19 +174,39 @@ bool read_source(const std::string& path, std::string& text) {
 }
 
 bool write_result(const std::string& path, std::string_view text) {
-    if (path.empty()) return write_standard_output(text);
+    return write_edited(path, text) != core::fs::WriteOutcome::failed;
+}
+
+core::fs::WriteOutcome write_edited(const std::string& path, std::string_view text) {
+    using core::fs::WriteOutcome;
+    if (path.empty()) return write_standard_output(text) ? WriteOutcome::written : WriteOutcome::failed;
     std::error_code error;
     if (in_hand != nullptr && in_hand->path == path && in_hand->path != "-") {
         switch (core::fs::write_text_file_atomic(path, text, in_hand->identity, error)) {
-            case core::fs::WriteOutcome::written: return true;
-            case core::fs::WriteOutcome::unchanged: report(path, "unchanged"); return true;
-            case core::fs::WriteOutcome::failed: break;
+            case WriteOutcome::written: return WriteOutcome::written;
+            case WriteOutcome::unchanged: report(path, "unchanged"); return WriteOutcome::unchanged;
+            case WriteOutcome::failed: break;
         }
     } else if (core::fs::write_output_file(path, text, error)) {
-        return true;
+        return WriteOutcome::written;
     }
     report_write_failure(path, error);
-    return false;
+    return WriteOutcome::failed;
+}
+
+void tally(const char* outcome) {
+    for (auto& [name, count] : outcomes) {
+        if (name == outcome) {
+            ++count;
+            return;
+        }
+    }
+    outcomes.emplace_back(outcome, 1);
+}
+
+void set_summary_outcomes(std::vector<const char*> names) {
+    outcomes.clear();
+    for (const char* name : names) outcomes.emplace_back(name, 0);
 }
 
 input::mopac::MopacJob read_as_mopac(SourceFile& file) {
@@ -202,11 +225,13 @@ int for_each_file(const std::vector<std::string>& paths, const std::function<int
         SourceFile file{path, {}, {}};
         core::fs::FileLock held;  // with `rules.lock`: until `use` has written its result
         if (!read_file(file, rules.lock, held)) {
+            tally("failed");
             status = 1;
             continue;
         }
         if (rules.refuse_empty && file.text.empty()) {
             report(path, "the file is empty");
+            tally("failed");
             status = 1;
             continue;
         }
@@ -216,9 +241,18 @@ int for_each_file(const std::vector<std::string>& paths, const std::function<int
             status |= use(file);
         } catch (const std::exception& error) {  // a refused argument, memory
             report(path, error.what());
+            tally("failed");
             status = 1;
         }
         in_hand = nullptr;
+    }
+    if (paths.size() > 1) {
+        std::string summary = std::to_string(paths.size()) + " files:";
+        for (std::size_t i = 0; i < outcomes.size(); ++i) {
+            summary += (i == 0 ? " " : ", ") + std::to_string(outcomes[i].second) + " " + outcomes[i].first;
+        }
+        clear_progress();
+        std::cerr << "mopac-input: " << summary << '\n';
     }
     return status;
 }

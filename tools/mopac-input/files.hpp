@@ -55,6 +55,19 @@ bool read_source(const std::string& path, std::string& text);
 /// the answer is true.
 bool write_result(const std::string& path, std::string_view text);
 
+/// What became of one file of a batch, counted for the summary line that a
+/// batch of more than one file ends with ("mopac-input: 3 files: 1 edited,
+/// 1 unchanged, 1 refused, 0 failed"). Each command counts in its own words;
+/// a file that could not be read counts as "failed".
+void tally(const char* outcome);
+
+/// The outcomes a command's summary always names, in this order, even at 0.
+void set_summary_outcomes(std::vector<const char*> outcomes);
+
+/// Writes an edited text as write_result() does, and answers what became of
+/// it: written, unchanged (the file in hand already holds it), or failed.
+core::fs::WriteOutcome write_edited(const std::string& path, std::string_view text);
+
 /// One file of a batch, as read.
 struct SourceFile {
     std::string path;
