@@ -109,6 +109,26 @@ TEST(mopac_input_tool, show_lists_what_mopac_reads) {
     EXPECT_EQ(job["findings"][0]["code"], "short-line-in-zmatrix");
 }
 
+// Files worked on at once print as one at a time does, in order, summary included.
+TEST(mopac_input_tool, parallel_batches_print_in_the_order_of_the_files) {
+    TempDir dir;
+    std::vector<std::string> check{"check"};
+    for (int i = 0; i < 12; ++i) {
+        check.push_back(i == 4 ? dir.path() + "/missing.mop"
+                               : dir.write("f" + std::to_string(i) + ".mop", i % 3 == 0 ? "PM7 CHRAGE=1\nt\n\nO 0 0 0\n" : example));
+    }
+    const ToolRun one = run(dir, check);
+    check.insert(check.begin() + 1, {"-j", "3"});
+    const ToolRun three = run(dir, check);
+    EXPECT_EQ(three.out, one.out);
+    EXPECT_EQ(three.err, one.err);
+    EXPECT_EQ(three.status, 1);
+    EXPECT_THAT(three.err, ::testing::EndsWith("mopac-input: 12 files: 7 ok, 4 with errors, 1 failed\n"));
+    ToolRun typo = run(dir, {"chek", check.back()});
+    EXPECT_EQ(typo.status, 2);
+    EXPECT_THAT(typo.err, HasSubstr("mopac-input: chek: no such subcommand; did you mean \"check\"?"));
+}
+
 TEST(mopac_input_tool, a_message_clears_the_progress_line_first) {
     if (::access("/dev/ptmx", R_OK | W_OK) != 0) GTEST_SKIP() << "no pseudo-terminals here";
     TempDir dir;

@@ -10,6 +10,7 @@
 #include "commands.hpp"
 #include "edits.hpp"
 #include "files.hpp"
+#include "files.hpp"
 #include "text.hpp"
 
 namespace vesk::tools {
@@ -61,6 +62,44 @@ void add_input_limit_option(CLI::App& command) {
                          std::to_string(default_input_limit) + ", " + std::to_string(default_input_limit >> 20) +
                          " MiB)")
         ->type_name("BYTES");
+}
+
+void add_jobs_option(CLI::App& command) {
+    add_whole_number(command, "-j,--jobs", 1, 256, [](long long n) { set_batch_jobs(static_cast<int>(n)); },
+                     "Work on N files at once (output stays in the order of the files)");
+}
+
+void suggest_for_usage_error(const CLI::App& app, int argc, char** argv) {
+    std::vector<std::string> commands;
+    for (const CLI::App* command : app.get_subcommands({})) commands.push_back(command->get_name());
+    const CLI::App* chosen = nullptr;
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        if (chosen == nullptr) {
+            if (word.rfind("-", 0) == 0) continue;
+            for (const CLI::App* command : app.get_subcommands({})) {
+                if (command->get_name() == word) chosen = command;
+            }
+            if (chosen != nullptr) continue;
+            const std::string near = nearest_word(word, commands);
+            if (!near.empty()) report(word, "no such subcommand; did you mean \"" + near + "\"?");
+            return;
+        }
+        if (word.rfind("--", 0) != 0) continue;
+        const std::string name = word.substr(0, word.find('='));
+        std::vector<std::string> options;
+        bool known = false;
+        for (const CLI::Option* option : chosen->get_options()) {
+            for (const std::string& long_name : option->get_lnames()) {
+                options.push_back("--" + long_name);
+                known = known || "--" + long_name == name;
+            }
+        }
+        if (known) continue;
+        const std::string near = nearest_word(name, options);
+        if (!near.empty()) report(name, "no such option of " + chosen->get_name() + "; did you mean " + near + "?");
+        return;
+    }
 }
 
 std::string json_line(const nlohmann::json& value) {

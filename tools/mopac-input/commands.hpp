@@ -37,6 +37,13 @@ inline constexpr const char* json_schema_version = "mopac-input/1";
 /// --max-size BYTES, the largest input `command` reads (set_input_limit).
 void add_input_limit_option(CLI::App& command);
 
+/// -j,--jobs N: how many files a batch works on at once.
+void add_jobs_option(CLI::App& command);
+
+/// After a usage error: "did you mean" for a misspelt subcommand or option,
+/// on standard error.
+void suggest_for_usage_error(const CLI::App& app, int argc, char** argv);
+
 /// One JSON object on one line; bytes that are not UTF-8 are replaced, not refused.
 std::string json_line(const nlohmann::json& value);
 

@@ -5,7 +5,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+#include <vector>
 #include <cstring>
 #include <exception>
 #include <iostream>
@@ -51,10 +57,25 @@ std::size_t input_limit = default_input_limit;
 
 // The outcomes of the files of a batch, in the order first counted.
 std::vector<std::pair<std::string, std::size_t>> outcomes;
+void count_outcome(const std::string& outcome);
 
 // The file for_each_file() has in hand, which write_result() writes back
-// only over the very file read.
-const SourceFile* in_hand = nullptr;
+// only over the very file read; each worker of a parallel batch has its own.
+thread_local const SourceFile* in_hand = nullptr;
+
+// What one file of a parallel batch printed, held until the files before it
+// are out, so that the output reads as in a run of one file at a time.
+struct Capture {
+    std::string out;
+    std::string err;
+    std::vector<std::string> outcomes;
+    int status = 0;
+    bool done = false;
+};
+thread_local Capture* capture = nullptr;
+int batch_jobs = 1;
+
+int run_one(const std::string& path, const std::function<int(SourceFile&)>& use, ReadRules rules);
 
 bool write_standard_output(std::string_view text);
 bool report_read_failure(const std::string& path, const std::system_error& error);
@@ -115,9 +136,16 @@ std::string text_problem(std::string_view text) {
 }
 
 void report(std::string_view where, std::string_view message) {
+    const std::string line = "mopac-input: " + escape_for_terminal(where) + ": " + escape_for_terminal(message) + '\n';
+    if (capture != nullptr) {
+        capture->err += line;
+        return;
+    }
     clear_progress();
-    std::cerr << "mopac-input: " << escape_for_terminal(where) << ": " << escape_for_terminal(message) << '\n';
+    std::cerr << line;
 }
+
+void set_batch_jobs(int jobs) { batch_jobs = jobs < 1 ? 1 : jobs; }
 
 namespace {
 
@@ -195,6 +223,16 @@ core::fs::WriteOutcome write_edited(const std::string& path, std::string_view te
 }
 
 void tally(const char* outcome) {
+    if (capture != nullptr) {
+        capture->outcomes.emplace_back(outcome);
+        return;
+    }
+    count_outcome(outcome);
+}
+
+namespace {
+
+void count_outcome(const std::string& outcome) {
     for (auto& [name, count] : outcomes) {
         if (name == outcome) {
             ++count;
@@ -203,6 +241,8 @@ void tally(const char* outcome) {
     }
     outcomes.emplace_back(outcome, 1);
 }
+
+}  // namespace
 
 void set_summary_outcomes(std::vector<const char*> names) {
     outcomes.clear();
@@ -219,32 +259,54 @@ int for_each_file(const std::vector<std::string>& paths, const std::function<int
                   ReadRules rules) {
     int status = 0;
     Progress progress(paths.size());
-    for (const std::string& path : paths) {
-        if (standard_output_failed) return 1;
-        progress.step(path);
-        SourceFile file{path, {}, {}};
-        core::fs::FileLock held;  // with `rules.lock`: until `use` has written its result
-        if (!read_file(file, rules.lock, held)) {
-            tally("failed");
-            status = 1;
-            continue;
+    const std::size_t workers = std::min<std::size_t>(static_cast<std::size_t>(batch_jobs), paths.size());
+    if (workers <= 1) {
+        for (const std::string& path : paths) {
+            if (standard_output_failed) return 1;
+            progress.step(path);
+            status |= run_one(path, use, rules);
         }
-        if (rules.refuse_empty && file.text.empty()) {
-            report(path, "the file is empty");
-            tally("failed");
-            status = 1;
-            continue;
+    } else {
+        // Workers take the files in turn; this thread prints each file's
+        // output as soon as the files before it are out.
+        std::vector<Capture> captured(paths.size());
+        std::atomic<std::size_t> next{0};
+        std::atomic<bool> stop{false};
+        std::mutex mutex;
+        std::condition_variable finished;
+        const auto work = [&] {
+            for (std::size_t i; !stop && (i = next++) < paths.size();) {
+                Capture& mine = captured[i];
+                capture = &mine;
+                mine.status = run_one(paths[i], use, rules);
+                capture = nullptr;
+                const std::lock_guard<std::mutex> guard(mutex);
+                mine.done = true;
+                finished.notify_all();
+            }
+        };
+        std::vector<std::thread> threads;
+        for (std::size_t k = 0; k < workers; ++k) threads.emplace_back(work);
+        for (std::size_t i = 0; i < paths.size(); ++i) {
+            {
+                std::unique_lock<std::mutex> lock(mutex);
+                finished.wait(lock, [&] { return captured[i].done; });
+            }
+            progress.step(paths[i]);
+            Capture& done = captured[i];
+            if (!done.err.empty()) {
+                clear_progress();
+                std::cerr << done.err;
+            }
+            if (!done.out.empty() && !write_standard_output(done.out)) stop = true;
+            for (const std::string& outcome : done.outcomes) count_outcome(outcome);
+            status |= done.status;
+            done = Capture{"", "", {}, 0, true};
+            if (stop) break;
         }
-        const SourceFile hand{path, {}, file.identity};  // `use` may take the text over
-        in_hand = &hand;
-        try {
-            status |= use(file);
-        } catch (const std::exception& error) {  // a refused argument, memory
-            report(path, error.what());
-            tally("failed");
-            status = 1;
-        }
-        in_hand = nullptr;
+        stop = true;
+        for (std::thread& thread : threads) thread.join();
+        if (standard_output_failed) status = 1;
     }
     if (paths.size() > 1) {
         std::string summary = std::to_string(paths.size()) + " files:";
@@ -258,6 +320,33 @@ int for_each_file(const std::vector<std::string>& paths, const std::function<int
 }
 
 namespace {
+
+// Reads one file and hands it to `use`; answers its exit status.
+int run_one(const std::string& path, const std::function<int(SourceFile&)>& use, ReadRules rules) {
+    SourceFile file{path, {}, {}};
+    core::fs::FileLock held;  // with `rules.lock`: until `use` has written its result
+    if (!read_file(file, rules.lock, held)) {
+        tally("failed");
+        return 1;
+    }
+    if (rules.refuse_empty && file.text.empty()) {
+        report(path, "the file is empty");
+        tally("failed");
+        return 1;
+    }
+    const SourceFile hand{path, {}, file.identity};  // `use` may take the text over
+    in_hand = &hand;
+    int status = 0;
+    try {
+        status = use(file);
+    } catch (const std::exception& error) {  // a refused argument, memory
+        report(path, error.what());
+        tally("failed");
+        status = 1;
+    }
+    in_hand = nullptr;
+    return status;
+}
 
 Progress::Progress(std::size_t total) : total_(total), shown_(total >= 10 && ::isatty(STDERR_FILENO)) {
     if (shown_) active_progress = this;
@@ -283,6 +372,10 @@ void Progress::clear() {
 // Straight to the descriptor, so that the reason of a failure is known; the
 // text of one file goes out in one piece.
 bool write_standard_output(std::string_view text) {
+    if (capture != nullptr) {
+        capture->out.append(text);
+        return true;
+    }
     if (standard_output_failed) return false;
     clear_progress();
     while (!text.empty()) {

@@ -68,6 +68,10 @@ void set_summary_outcomes(std::vector<const char*> outcomes);
 /// it: written, unchanged (the file in hand already holds it), or failed.
 core::fs::WriteOutcome write_edited(const std::string& path, std::string_view text);
 
+/// How many files a batch works on at once (-j N, 1 by default). The output
+/// of each file is held and printed in the order of the files.
+void set_batch_jobs(int jobs);
+
 /// One file of a batch, as read.
 struct SourceFile {
     std::string path;

@@ -27,11 +27,15 @@ int main(int argc, char** argv) {
     vesk::tools::add_new_command(app, status);
     vesk::tools::add_xyz_command(app, status);
     vesk::tools::add_check_command(app, status);
-    for (CLI::App* command : app.get_subcommands({})) vesk::tools::add_input_limit_option(*command);
+    for (CLI::App* command : app.get_subcommands({})) {
+        vesk::tools::add_input_limit_option(*command);
+        if (command->get_name() != "new" && command->get_name() != "xyz") vesk::tools::add_jobs_option(*command);
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         status = app.exit(error) == 0 ? 0 : 2;  // --help and --version exit 0, usage errors 2
+        if (status == 2) vesk::tools::suggest_for_usage_error(app, argc, argv);
     } catch (const std::exception& error) {     // memory, say: a message and exit 1, not std::terminate
         vesk::tools::report("stopped", error.what());
         status = 1;

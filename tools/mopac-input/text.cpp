@@ -4,6 +4,7 @@
 #include "text/fields.hpp"
 #include "text/keyword_scan.hpp"
 
+#include <algorithm>
 #include <charconv>
 #include <system_error>
 
@@ -47,6 +48,35 @@ std::vector<std::string> aux_options(std::string_view token) {
         if (!option.empty()) options.emplace_back(option);
     });
     return options;
+}
+
+std::string nearest_word(std::string_view word, const std::vector<std::string>& candidates) {
+    const auto distance = [](std::string_view a, std::string_view b) {
+        std::vector<std::vector<std::size_t>> d(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
+        for (std::size_t i = 0; i <= a.size(); ++i) d[i][0] = i;
+        for (std::size_t j = 0; j <= b.size(); ++j) d[0][j] = j;
+        for (std::size_t i = 1; i <= a.size(); ++i) {
+            for (std::size_t j = 1; j <= b.size(); ++j) {
+                d[i][j] = std::min({d[i - 1][j] + 1, d[i][j - 1] + 1, d[i - 1][j - 1] + (a[i - 1] != b[j - 1])});
+                if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) {
+                    d[i][j] = std::min(d[i][j], d[i - 2][j - 2] + 1);
+                }
+            }
+        }
+        return d[a.size()][b.size()];
+    };
+    const std::size_t letters = word.size() - std::min(word.find_first_not_of('-'), word.size());
+    if (letters < 3 || word.size() > 64) return {};
+    std::size_t best = letters < 6 ? 1 : 2;
+    std::string found;
+    for (const std::string& candidate : candidates) {
+        const std::size_t d = distance(word, candidate);
+        if (d <= best && (found.empty() || d < best)) {
+            best = d;
+            found = candidate;
+        }
+    }
+    return found;
 }
 
 std::string escape_for_terminal(std::string_view text) {

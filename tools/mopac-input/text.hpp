@@ -21,6 +21,11 @@ std::optional<long long> parse_decimal(std::string_view text, long long min, lon
 /// "AUX(PRECISION=9,XP)" -> {"PRECISION=9", "XP"}; a bare "AUX" has none.
 std::vector<std::string> aux_options(std::string_view token);
 
+/// The word of `candidates` nearest to `word` by edits (a swap of neighbours
+/// counting one), if it is a plausible misspelling: at most one edit for
+/// words under six bytes, two above; empty otherwise. "eidt" -> "edit".
+std::string nearest_word(std::string_view word, const std::vector<std::string>& candidates);
+
 /// `text` made safe for a terminal: tab, CR and LF as \t, \r, \n, other
 /// control bytes (C1 controls included) and bytes that are not UTF-8 as \xHH,
 /// a backslash as \\. Printable ASCII and UTF-8 characters stay as they are.
