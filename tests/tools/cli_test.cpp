@@ -270,7 +270,13 @@ TEST(mopac_input_tool, new_then_xyz_gives_back_the_geometry) {
               "PM7 PRECISE\nwater\n\nO 0 1 0 1 0 1\nH 0.9572 1 0 1 0 1\nH -0.2399872 1 0.9266272 1 0 1\n");
     ToolRun back = run(dir, {"xyz", dir.path() + "/w.mop"});
     EXPECT_EQ(back.status, 0) << back.err;
-    EXPECT_EQ(back.out, xyz);
+    EXPECT_EQ(back.out, "3\nProperties=species:S:1:pos:R:3 charge=0 title=\"water\"\n" + xyz.substr(xyz.find("O 0")));
+    // Extended XYZ with a lattice: new, then xyz, gives the same frame.
+    const std::string crystal = "2\nLattice=\"4.2 0 0 0 4.2 0 0 0 4.2\" pbc=\"T T T\" Properties=species:S:1:pos:R:3 "
+                                "charge=0 multiplicity=1 title=\"rock salt, \\\"NaCl\\\"\"\nNa 0 0 0\nCl 2.1 2.1 2.1\n";
+    ToolRun solid = run(dir, {"new", "--xyz", "-", "--method", "PM7", "-o", dir.path() + "/s.mop"}, crystal);
+    EXPECT_EQ(solid.status, 0) << solid.err;
+    EXPECT_EQ(run(dir, {"xyz", dir.path() + "/s.mop"}).out, crystal);
 
     ToolRun fixed = run(dir, {"new", "--xyz", "-", "--fixed", "--title", "T"}, xyz);
     EXPECT_THAT(fixed.out, HasSubstr("\nT\n\nO 0 0 0 0 0 0\n"));
@@ -307,10 +313,11 @@ TEST(mopac_input_tool, check_and_xyz_read_real_files_as_mopac_does) {
 
     ToolRun xyz = run(dir, {"xyz", zmatrix});
     EXPECT_EQ(xyz.status, 0) << xyz.err;
-    EXPECT_THAT(xyz.out, ::testing::StartsWith("6\n\nC 0 0 0\nO 1.4 1 1\nH -0.577002178942952 1.8167426066363168 1\n"));
+    EXPECT_THAT(xyz.out, ::testing::StartsWith("6\nProperties=species:S:1:pos:R:3 charge=0 title=\"\"\nC 0 0 0\nO 1.4 1 1\n"
+                                               "H -0.577002178942952 1.8167426066363168 1\n"));
     ToolRun elsewhere = run(dir, {"xyz", "-"}, "GEO_DAT=\"x.pdb\"\nt\nd\n");
     EXPECT_EQ(elsewhere.status, 1);
-    EXPECT_EQ(elsewhere.err, "mopac-input: -: MOPAC takes the atoms from the file named by GEO_DAT=x.pdb\n");
+    EXPECT_EQ(elsewhere.err, "mopac-input: -: job 1: MOPAC takes the atoms from the file named by GEO_DAT=x.pdb\n");
 }
 
 }  // namespace

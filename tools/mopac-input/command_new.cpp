@@ -65,8 +65,19 @@ int run_new(const NewOptions& options) {
         record.z = atom.z;
         mopac += input::mopac::format_coordinate(record) + "\n";
     }
+    // Extended XYZ: the periodic lattice vectors become Tv lines, the
+    // charge and multiplicity keywords unless the options say otherwise.
+    record.kind = input::mopac::CoordinateKind::TranslationVector;
+    for (const auto& vector : xyz.lattice) {
+        record.x = vector[0];
+        record.y = vector[1];
+        record.z = vector[2];
+        mopac += input::mopac::format_coordinate(record) + "\n";
+    }
     EditRequest request = options.request;
     if (!request.title) request.title = std::move(xyz.comment);
+    if (!request.charge && xyz.charge && (*xyz.charge != 0 || !xyz.lattice.empty())) request.charge = xyz.charge;
+    if (!request.multiplicity && xyz.multiplicity) request.multiplicity = xyz.multiplicity;
     request.layout_width = options.width.value_or(78);
     input::mopac::JobEditor editor(std::move(mopac));
     return edit_and_write(options.xyz_file, editor, request, options.output).exit_status;

@@ -2,9 +2,14 @@
 // XYZ file; Z-matrices included.
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <charconv>
 #include <memory>
+#include <system_error>
 #include <string>
 
+#include <vesk/input/mopac/catalogue.hpp>
+#include <vesk/input/mopac/document.hpp>
 #include <vesk/input/mopac/job.hpp>
 
 #include "commands.hpp"
@@ -19,6 +24,8 @@ using input::mopac::GeometrySource;
 struct XyzOptions {
     std::string file;
     std::string output;  // empty: standard output
+    std::size_t job = 1;  // 1-based, as the tool's messages number jobs
+    bool all = false;
 };
 
 int run_xyz(const XyzOptions& options);
@@ -31,13 +38,76 @@ void add_xyz_command(CLI::App& app, int& status) {
         "xyz", "Write the atoms of an input as MOPAC places them (Z-matrices converted) as an XYZ file");
     xyz->add_option("FILE", options->file, "Input file ('-' for standard input)")->required();
     xyz->add_option("-o,--output", options->output, "Write the XYZ file here instead of standard output");
+    auto* job = xyz->add_option("--job", options->job, "Write job N (1 is the first; the default)")
+                    ->check(CLI::Range(std::size_t{1}, std::size_t{1} << 40));
+    xyz->add_flag("--all", options->all, "Write every job, one frame each")->excludes(job);
     xyz->callback([options, &status] { status = run_xyz(*options); });
 }
 
 namespace {
 
-// The atoms of the first job; a job whose atoms MOPAC takes from elsewhere or
-// cannot place is an error, never an empty XYZ file.
+// One frame of extended XYZ for a job: its atoms as MOPAC places them, Tv
+// as the lattice, charge and multiplicity as its keywords state them. A job
+// whose atoms MOPAC takes from elsewhere or cannot place is an error, never
+// an empty frame. Sparkles, capped bonds and Mithril have no element symbol
+// other readers know: they are left out, with a note.
+bool add_frame(const SourceFile& file, const input::mopac::MopacJob& job, std::size_t k, std::string& out) {
+    const input::mopac::Job& current = job.jobs()[k];
+    const std::string where = "job " + std::to_string(k + 1) + ": ";
+    switch (current.source) {
+        case GeometrySource::geo_dat:
+            report(file.path, where + "MOPAC takes the atoms from the file named by GEO_DAT=" + current.source_name);
+            return false;
+        case GeometrySource::previous_job:
+            report(file.path, where + "MOPAC takes the atoms from the job before (OLDGEO)");
+            return false;
+        case GeometrySource::data_pointer:
+            report(file.path, "MOPAC reads the whole data set from the file named by DATA=" + current.source_name);
+            return false;
+        default:
+            break;
+    }
+    XyzFile frame;
+    frame.geometry = job.geometry(k);
+    if (frame.geometry.atoms.empty()) {
+        std::string why = where + "MOPAC cannot place the atoms";
+        for (const auto& d : job.diagnostics()) {
+            if (d.severity == input::mopac::Severity::error) {
+                why += ": line " + std::to_string(d.line) + ": " + d.message;
+                break;
+            }
+        }
+        report(file.path, why);
+        return false;
+    }
+    std::size_t left_out = 0;
+    auto& atoms = frame.geometry.atoms;
+    const auto unknown = [](const core::Atom& atom) {
+        const char c = atom.element[0];
+        return c == '+' || c == '-' || atom.element == "Cb" || atom.element == "Mi";
+    };
+    for (const auto& atom : atoms) left_out += unknown(atom);
+    atoms.erase(std::remove_if(atoms.begin(), atoms.end(), unknown), atoms.end());
+    if (left_out > 0) {
+        report(file.path, where + std::to_string(left_out) + " sparkle(s) or capped bond(s) left out: XYZ has no symbol for them");
+    }
+    frame.lattice = job.translation_vectors(k);
+    frame.comment = current.title.text;
+    if (const auto charge = current.keyword_value("CHARGE")) {
+        int value = 0;
+        const auto [end, error] = std::from_chars(charge->data(), charge->data() + charge->size(), value);
+        if (error == std::errc() && end == charge->data() + charge->size()) frame.charge = value;
+    } else {
+        frame.charge = 0;
+    }
+    for (const auto& keyword : current.keywords) {
+        const unsigned int named = input::mopac::spin_state_multiplicity(input::mopac::normalize_keyword_name(keyword.text));
+        if (named != 0) frame.multiplicity = named;
+    }
+    out += format_xyz(frame);
+    return true;
+}
+
 int run_xyz(const XyzOptions& options) {
     return for_each_file({options.file}, [&options](SourceFile& file) {
         const input::mopac::MopacJob job = read_as_mopac(file);
@@ -45,33 +115,18 @@ int run_xyz(const XyzOptions& options) {
             report(file.path, "no job: the file holds no keyword line");
             return 1;
         }
-        const input::mopac::Job& first = job.jobs()[0];
-        switch (first.source) {
-            case GeometrySource::geo_dat:
-                report(file.path, "MOPAC takes the atoms from the file named by GEO_DAT=" + first.source_name);
-                return 1;
-            case GeometrySource::previous_job:
-                report(file.path, "MOPAC takes the atoms from the job before (OLDGEO)");
-                return 1;
-            case GeometrySource::data_pointer:
-                report(file.path, "MOPAC reads the whole data set from the file named by DATA=" + first.source_name);
-                return 1;
-            default:
-                break;
-        }
-        const vesk::core::Geometry geometry = job.geometry(0);
-        if (geometry.atoms.empty()) {
-            std::string why = "MOPAC cannot place the atoms";
-            for (const auto& d : job.diagnostics()) {
-                if (d.severity == input::mopac::Severity::error) {
-                    why += ": line " + std::to_string(d.line) + ": " + d.message;
-                    break;
-                }
-            }
-            report(file.path, why);
+        if (options.job > job.jobs().size()) {
+            report(file.path, "no job " + std::to_string(options.job) + ": the file holds " +
+                                  std::to_string(job.jobs().size()) + " (jobs are numbered from 1)");
             return 1;
         }
-        return write_result(options.output, format_xyz(geometry, first.title.text)) ? 0 : 1;
+        std::string out;
+        bool complete = true;
+        for (std::size_t k = 0; k < job.jobs().size(); ++k) {
+            if (options.all || k + 1 == options.job) complete = add_frame(file, job, k, out) && complete;
+        }
+        if (!complete && !options.all) return 1;
+        return write_result(options.output, out) && complete ? 0 : 1;
     });
 }
 

@@ -11,7 +11,6 @@
 namespace vesk::tools {
 namespace {
 
-std::size_t utf8_sequence_length(std::string_view text, std::size_t at);
 
 }  // namespace
 
@@ -48,6 +47,33 @@ std::vector<std::string> aux_options(std::string_view token) {
         if (!option.empty()) options.emplace_back(option);
     });
     return options;
+}
+
+// The length of the well-formed UTF-8 sequence that starts at `at`, or 0:
+// no overlong forms, no surrogates, nothing above U+10FFFF.
+std::size_t utf8_sequence_length(std::string_view text, std::size_t at) {
+    const auto lead = static_cast<unsigned char>(text[at]);
+    std::size_t length = 0;
+    unsigned char low = 0x80, high = 0xBF;  // the allowed range of the second byte
+    if (lead >= 0xC2 && lead <= 0xDF) {
+        length = 2;
+    } else if (lead >= 0xE0 && lead <= 0xEF) {
+        length = 3;
+        if (lead == 0xE0) low = 0xA0;
+        if (lead == 0xED) high = 0x9F;
+    } else if (lead >= 0xF0 && lead <= 0xF4) {
+        length = 4;
+        if (lead == 0xF0) low = 0x90;
+        if (lead == 0xF4) high = 0x8F;
+    } else {
+        return 0;
+    }
+    if (text.size() - at < length) return 0;
+    for (std::size_t k = 1; k < length; ++k) {
+        const auto byte = static_cast<unsigned char>(text[at + k]);
+        if (byte < (k == 1 ? low : 0x80) || byte > (k == 1 ? high : 0xBF)) return 0;
+    }
+    return length;
 }
 
 std::string nearest_word(std::string_view word, const std::vector<std::string>& candidates) {
@@ -123,32 +149,6 @@ std::string escape_for_terminal(std::string_view text) {
 
 namespace {
 
-// The length of the well-formed UTF-8 sequence that starts at `at`, or 0:
-// no overlong forms, no surrogates, nothing above U+10FFFF.
-std::size_t utf8_sequence_length(std::string_view text, std::size_t at) {
-    const auto lead = static_cast<unsigned char>(text[at]);
-    std::size_t length = 0;
-    unsigned char low = 0x80, high = 0xBF;  // the allowed range of the second byte
-    if (lead >= 0xC2 && lead <= 0xDF) {
-        length = 2;
-    } else if (lead >= 0xE0 && lead <= 0xEF) {
-        length = 3;
-        if (lead == 0xE0) low = 0xA0;
-        if (lead == 0xED) high = 0x9F;
-    } else if (lead >= 0xF0 && lead <= 0xF4) {
-        length = 4;
-        if (lead == 0xF0) low = 0x90;
-        if (lead == 0xF4) high = 0x8F;
-    } else {
-        return 0;
-    }
-    if (text.size() - at < length) return 0;
-    for (std::size_t k = 1; k < length; ++k) {
-        const auto byte = static_cast<unsigned char>(text[at + k]);
-        if (byte < (k == 1 ? low : 0x80) || byte > (k == 1 ? high : 0xBF)) return 0;
-    }
-    return length;
-}
 
 }  // namespace
 }  // namespace vesk::tools

@@ -26,6 +26,10 @@ std::vector<std::string> aux_options(std::string_view token);
 /// words under six bytes, two above; empty otherwise. "eidt" -> "edit".
 std::string nearest_word(std::string_view word, const std::vector<std::string>& candidates);
 
+/// The length of the well-formed UTF-8 sequence that starts at `at`, or 0
+/// (no overlong forms, no surrogates, nothing above U+10FFFF).
+std::size_t utf8_sequence_length(std::string_view text, std::size_t at);
+
 /// `text` made safe for a terminal: tab, CR and LF as \t, \r, \n, other
 /// control bytes (C1 controls included) and bytes that are not UTF-8 as \xHH,
 /// a backslash as \\. Printable ASCII and UTF-8 characters stay as they are.

@@ -1,9 +1,14 @@
-// Reading and writing the plain XYZ geometry format.
+// Reading and writing the XYZ geometry format, extended XYZ included: a
+// comment line of key=value pairs that carries the cell (Lattice=), the
+// charge and the multiplicity, which ASE and other chemistry tools read.
 #pragma once
 
+#include <array>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <vesk/core/geometry.hpp>
 
@@ -11,8 +16,11 @@ namespace vesk::tools {
 
 /// An XYZ file: the atom count line, a comment line, one atom per line.
 struct XyzFile {
-    std::string comment;
+    std::string comment;  ///< the comment line, or its title= value in extended XYZ
     core::Geometry geometry;
+    std::vector<std::array<double, 3>> lattice;  ///< Lattice= vectors with pbc true (at most 3)
+    std::optional<int> charge;                   ///< charge=
+    std::optional<unsigned int> multiplicity;    ///< multiplicity=
 };
 
 /// A malformed XYZ file; what() names the line: "line 4: expected ...".
@@ -22,10 +30,19 @@ public:
 };
 
 /// Parses XYZ text; extra columns behind the three coordinates are ignored.
+/// An extended comment line gives the lattice (vectors whose pbc is T, all
+/// three without pbc=), charge=, multiplicity= and title=.
 XyzFile parse_xyz(std::string_view text);
 
-/// Writes an XYZ text with coordinates at full precision: the shortest
-/// decimal that reads back to the same double.
-std::string format_xyz(const core::Geometry& geometry, std::string_view comment);
+/// Writes one extended-XYZ frame: coordinates at full precision (the
+/// shortest decimal that reads back to the same double); the comment line
+/// holds Lattice= and pbc= when there are lattice vectors, charge=,
+/// multiplicity= when known, and the title, all as valid UTF-8 (bytes that
+/// are not UTF-8 are taken as Latin-1).
+std::string format_xyz(const XyzFile& frame);
+
+/// `text` as valid UTF-8: well-formed sequences stay, any other byte is
+/// taken as Latin-1 ("\xE9" -> "é").
+std::string as_utf8(std::string_view text);
 
 }  // namespace vesk::tools
