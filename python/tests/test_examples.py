@@ -65,3 +65,30 @@ def test_edit_folder_edits_method_charge_and_spin_and_reports_findings(tmp_path)
     again = run(tmp_path, "PM6", "-1", "2")
     assert again.returncode == (1 if ": error: " in again.stdout else 0), again.stderr
     assert again.stdout == done.stdout.replace(lines[[i for i, l in enumerate(lines) if "refused" in l][0]] + "\n", "")
+
+
+def test_dask_batch_finds_what_the_tool_finds(tmp_path):
+    """The Dask example on a LocalCluster of 2 workers over corpus files gives
+    the tool's findings, and edits only through the proven write."""
+    distributed = __import__("pytest").importorskip("distributed")
+    del distributed
+    tool = __import__("os").environ.get("MOPAC_INPUT")
+    files = corpus_paths()[::5]
+    if not files or not tool:
+        __import__("pytest").skip("needs the corpus and the mopac-input tool (MOPAC_INPUT)")
+    folder = tmp_path / "inputs"
+    folder.mkdir()
+    for i, path in enumerate(files):
+        shutil.copyfile(path, folder / f"{i:04}{path.suffix}")
+    script = PROJECT_DIR / "python" / "examples" / "dask_batch.py"
+    done = subprocess.run([sys.executable, str(script), str(folder), "--workers", "2"],
+                          capture_output=True, text=True, timeout=600)
+    names = sorted(str(p) for p in folder.iterdir())
+    checked = subprocess.run([tool, "check", "-j", "2", *names], capture_output=True, text=True, timeout=600)
+    location = re.compile(r"^(.+?):(\d+):(\d+): (error|warning): .* \[([a-z0-9-]+)\]")
+
+    def findings(lines):
+        return sorted(m.groups() for m in map(location.match, lines) if m)
+
+    assert findings(done.stdout.splitlines()) == findings(checked.stdout.splitlines())
+    assert f"{len(names)} files: 0 edited, {len(names)} unchanged" in done.stderr
