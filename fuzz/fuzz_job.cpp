@@ -32,7 +32,7 @@ using vesk::fuzz::check;
 constexpr std::size_t default_max_len = 4096;
 constexpr std::size_t costly_size = 4096;
 constexpr std::size_t checked_keywords = 8;
-constexpr unsigned costly_share = 16;  // one input in 16 runs each costly part
+constexpr unsigned costly_share = 32;  // one input in 32 runs each costly part
 #else
 constexpr std::size_t costly_size = static_cast<std::size_t>(-1);
 constexpr std::size_t checked_keywords = static_cast<std::size_t>(-1);
