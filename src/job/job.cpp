@@ -1,7 +1,9 @@
 // MopacJob's answers: keyword queries, the atoms of a job and their positions,
 // kept from the reading or worked out afresh from the lines on each call.
+#include <algorithm>
 #include <array>
 #include <cstddef>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -123,13 +125,23 @@ const JobKeyword* first_keyword_named(const Job& job, std::string_view name) {
 }
 
 // False when MOPAC would not place the atoms of a job: they come from
-// elsewhere, or the reading found an error in its geometry.
+// elsewhere, or the reading found an error in its geometry. The findings are
+// in line order (a last count of findings not listed aside), so only those
+// of the job's own lines are looked at: a file of many jobs is placed job
+// by job in linear time.
 bool may_place(const MopacJob& job, std::size_t job_index) {
     if (job_index >= job.jobs().size()) return false;
     const Job& current = job.jobs()[job_index];
     const std::size_t first_line = current.geometry_begin + 1;
     const std::size_t last_line = current.geometry_end;
-    for (const Diagnostic& diagnostic : job.diagnostics()) {
+    const std::vector<Diagnostic>& found = job.diagnostics();
+    auto end = found.end();
+    if (end != found.begin() && std::prev(end)->line == 0) --end;
+    const std::size_t from = std::min(first_line, current.first_keyword_line);
+    auto at = std::lower_bound(found.begin(), end, from,
+                               [](const Diagnostic& d, std::size_t line) { return d.line < line; });
+    for (; at != end && at->line <= std::max(last_line, current.first_keyword_line); ++at) {
+        const Diagnostic& diagnostic = *at;
         const bool in_geometry = diagnostic.line >= first_line && diagnostic.line <= last_line;
         if (diagnostic.severity == Severity::error && (in_geometry || diagnostic.code == "no-atoms")) {
             if (in_geometry || diagnostic.line == current.first_keyword_line) return false;

@@ -30,18 +30,19 @@ bool ZMatrixVariables::add_line(std::string_view view) {
     double value = 0.0;
     std::size_t end = 0;
     read_number_in_line(fields[1], 0, value, end);
-    values_.emplace_back(std::string(fields[0]), value);
+    std::string key(fields[0]);
+    for (char& c : key) c = to_upper(c);
+    values_.emplace(std::move(key), value);
     return true;
 }
 
-bool ZMatrixVariables::find(std::string_view name, double& value) const noexcept {
-    for (const auto& [known, known_value] : values_) {
-        if (equal_upper(known, name)) {
-            value = known_value;
-            return true;
-        }
-    }
-    return false;
+bool ZMatrixVariables::find(std::string_view name, double& value) const {
+    std::string key(name);  // a symbol is short: no allocation
+    for (char& c : key) c = to_upper(c);
+    const auto found = values_.find(key);
+    if (found == values_.end()) return false;
+    value = found->second;
+    return true;
 }
 
 bool read_gaussian_line(std::string_view view, std::size_t atoms_before, const ZMatrixVariables* variables,

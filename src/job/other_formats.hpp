@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -18,10 +19,11 @@ public:
     /// Reads "name value" (or "name=value"); false when the line is no such pair.
     bool add_line(std::string_view view);
     /// The value of a symbol, any case; false when it has none.
-    bool find(std::string_view name, double& value) const noexcept;
+    bool find(std::string_view name, double& value) const;
 
 private:
-    std::vector<std::pair<std::string, double>> values_;
+    // By name upper-cased; the first value of a name counts.
+    std::unordered_map<std::string, double> values_;
 };
 
 /// Reads one line of a Gaussian Z-matrix, "El na v nb v nc v", where each v

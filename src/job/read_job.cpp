@@ -220,7 +220,9 @@ std::size_t JobReader::arc_marker_from(std::size_t line_index) {
 }
 
 void JobReader::report(Issue issue, std::size_t line_index, std::size_t view_offset, std::string_view detail) {
-    report_at_column(issue, line_index, detail::file_column(raw(line_index), view_offset), detail);
+    // The column of a finding that is only counted is not worked out.
+    const bool listed = job_.diagnostics_.size() < listed_diagnostics;
+    report_at_column(issue, line_index, listed ? detail::file_column(raw(line_index), view_offset) : 0, detail);
 }
 
 void JobReader::report_line(Issue issue, std::size_t line_index, std::string_view detail) {

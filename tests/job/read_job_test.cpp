@@ -62,6 +62,10 @@ TEST(read_job, reads_the_head_in_each_form) {
         {"PM7 & X\nUHF\nd\nH\n", HeadForm::ampersand, "kkdG", {"PM7", "X", "UHF"}, "", "d"},
         {"PM7 &\nUHF &\nGNORM=1\nH\n", HeadForm::ampersand, "kkkG", {"PM7", "UHF", "GNORM=1"}, "", ""},
         {"PM7 ++\nUHF++\nX\nt\nd\nH\n", HeadForm::double_plus, "kkkTdG", {"PM7", "UHFX"}, "t", "d"},
+        // '+' pairs from the left; a '+' left at the end pairs with one in front of the next line.
+        {"A+++\n+B\nt\nd\nH\n", HeadForm::double_plus, "kkkTd", {"A", "B", "T"}, "d", "H"},
+        {"PM7 ++\n  ++\nX\nt\nd\nH\n", HeadForm::double_plus, "kkkTdG", {"PM7", "X"}, "t", "d"},
+        {"++B\nC\nt\nd\nH\n", HeadForm::double_plus, "kkTdG", {"BC"}, "t", "d"},
         {"geo-dat=\"a b.xyz\" SETUP\nt\nd\n", HeadForm::setup, "kTd", {"GEO_DAT=\"A B.XYZ\"", "SETUP"}, "t", "d"},
     };
     for (const HeadCase& c : cases) {
@@ -79,6 +83,63 @@ TEST(read_job, reads_the_head_in_each_form) {
     }
     const MopacJob three = read_job("A +\nB +\nC +\nt\nd\nH\n");
     EXPECT_THAT(codes(three), ElementsAre("3 E too-many-keyword-lines"));
+}
+
+TEST(read_job, joins_a_long_double_plus_head_in_linear_time) {
+    // Joined again in full at every line, this head took hours.
+    std::string text = "PM7 ++\n";
+    for (int i = 0; i < 200000; ++i) text += "A++\n";
+    const MopacJob job = read_job(text + "X\nt\nd\nH\n");
+    const Job& first = job.jobs().at(0);
+    EXPECT_EQ(first.keyword_line_count, 200002u);
+    EXPECT_EQ(first.title.line, 200003u);
+    ASSERT_EQ(first.keywords.size(), 2u);
+    EXPECT_EQ(first.keywords[1].text, std::string(2996, 'A'));  // "PM7 AAA...": MOPAC keeps 3000 bytes
+    ASSERT_EQ(job.diagnostics().size(), 1u);
+    EXPECT_EQ(job.diagnostics()[0].code, "keywords-too-long");
+    EXPECT_EQ(job.diagnostics()[0].line, 2998u);  // byte 3001 is the 'A' of line 2998
+    EXPECT_EQ(job.diagnostics()[0].column, 1u);
+    // Blank lines each start a job that holds no atoms; neither the end of
+    // the jobs nor the .arc marker is searched for again behind every one.
+    std::string blanks = "PM7\nt\nd\nH 0 0 0\n";
+    blanks.append(200000, '\n');
+    EXPECT_EQ(read_job(blanks + "X\n").jobs().size(), 50001u);
+}
+
+TEST(read_job, names_the_first_column_mopac_drops) {
+    const std::string geometry_end = "C 0 0 0" + std::string(234, ' ');  // 241 bytes
+    const std::pair<std::string, std::string> cases[] = {
+        {"PM7\n" + std::string(250, 'x') + "\nd\nH\n", "2 W text-too-long 201"},
+        {"PM7\n\t" + std::string(250, 'x') + "\nd\nH\n", "2 W text-too-long 194"},  // the tab is 8 columns
+        {"PM7\nt\nd\n" + geometry_end + "99\n", "4 W geometry-line-too-long 242"},
+        {"PM7\nt\nd\n\t" + geometry_end.substr(8) + "99\n", "4 W geometry-line-too-long 235"},
+        {"PM7 " + std::string(2100, 'x') + "\nt\nd\nH\n", "1 W line-too-long 2001"},
+        {"\tPM7 " + std::string(2100, 'x') + "\nt\nd\nH\n", "1 W line-too-long 2001"},  // tabs are expanded later
+    };
+    for (const auto& [text, expected] : cases) {
+        std::vector<std::string> found;
+        const MopacJob job = read_job(text);
+        for (const Diagnostic& d : job.diagnostics()) {
+            found.push_back(std::to_string(d.line) + " W " + d.code + " " + std::to_string(d.column));
+        }
+        EXPECT_THAT(found, ::testing::Contains(expected)) << text.substr(0, 20);
+    }
+    // Blanks behind column 241 lose nothing.
+    EXPECT_THAT(codes(read_job("PM7\nt\nd\nC 0 0 0" + std::string(300, ' ') + "\n")), ::testing::IsEmpty());
+}
+
+TEST(read_job, records_compare_member_by_member) {
+    const std::string text = "PM7 CHARGE=1\nt\nd\nO\nH 1.0 1 0 0 0 0 1\nHp 1.0 1 90 1 0 0 1 2\n";
+    const MopacJob a = read_job(text);
+    const MopacJob b = read_job(text);
+    EXPECT_EQ(a.lines(), b.lines());
+    EXPECT_EQ(a.jobs(), b.jobs());
+    EXPECT_EQ(a.diagnostics(), b.diagnostics());
+    EXPECT_EQ(a.atoms(), b.atoms());
+    const MopacJob c = read_job("PM7 CHARGE=2" + text.substr(12));
+    EXPECT_NE(c.jobs(), a.jobs());
+    EXPECT_EQ(c.atoms(), a.atoms());
+    EXPECT_NE(c.atoms()[2], a.atoms()[1]);
 }
 
 TEST(read_job, places_keywords_at_their_line_and_column) {
