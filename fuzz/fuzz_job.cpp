@@ -142,6 +142,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             check(edited.line_text(i + 1) == job.line_text(i + 1), "an edit changed a line that holds no keywords");
             check(edited.lines()[i].end == job.lines()[i].end, "an edit changed a line end");
         }
+        // The editor reads only the edited heads again: what it holds is the reading of its text.
+        const MopacJob whole = read_job(edited.text(), edited.options());
+        check(whole.lines() == edited.lines() && whole.jobs() == edited.jobs() &&
+                  whole.diagnostics() == edited.diagnostics(),
+              "the heads read again differ from the text read whole");
     }
     return 0;
 }

@@ -14,6 +14,7 @@
 #include "check/spin_forms.hpp"
 #include "document/number_format.hpp"
 #include "editing/job_plan.hpp"
+#include "job/reader.hpp"
 #include "mopac/tables.hpp"
 #include "text/continuation.hpp"
 #include "text/keyword_scan.hpp"
@@ -144,7 +145,13 @@ void JobEditor::allow_new_errors(bool allow) noexcept { allow_new_errors_ = allo
 void JobEditor::apply() {
     if (!plan_) return;
     std::unique_ptr<Plan> plan = std::move(plan_);  // dropped whatever the proof says
-    MopacJob edited = read_job(detail::build_edited_text(job_, *plan), job_.options());
+    std::vector<std::size_t> changed_lines;
+    std::string text = detail::build_edited_text(job_, *plan, changed_lines);
+    // Where only heads changed, only they are read again; else the whole text.
+    MopacJob edited;
+    if (plan->layout_width || !JobReader(edited).reread_heads(job_, text, changed_lines)) {
+        edited = read_job(std::move(text), job_.options());
+    }
     const std::string difference = detail::edit_difference(job_, edited, *plan, allow_new_errors_);
     if (!difference.empty()) throw EditRefused(difference);
     job_ = std::move(edited);

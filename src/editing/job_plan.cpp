@@ -36,7 +36,7 @@ void keyword_splices(const MopacJob& job, std::size_t k, const PlannedJob& plan,
 std::vector<std::string> laid_out_lines(const Job& job, const std::vector<std::string>& words,
                                         unsigned long long width, std::size_t old_lines);
 std::vector<std::size_t> keyword_lines_of(const MopacJob& job, std::size_t k);
-std::string spliced_text(const MopacJob& job, const JobEditor::Plan& plan);
+std::string spliced_text(const MopacJob& job, const JobEditor::Plan& plan, std::vector<std::size_t>& changed_lines);
 std::string laid_out_text(const MopacJob& job, const JobEditor::Plan& plan);
 
 }  // namespace
@@ -109,14 +109,15 @@ std::vector<std::string> expected_keywords(const MopacJob& job, std::size_t job_
     return expected;
 }
 
-std::string build_edited_text(const MopacJob& job, const JobEditor::Plan& plan) {
-    return plan.layout_width ? laid_out_text(job, plan) : spliced_text(job, plan);
+std::string build_edited_text(const MopacJob& job, const JobEditor::Plan& plan, std::vector<std::size_t>& changed_lines) {
+    changed_lines.clear();
+    return plan.layout_width ? laid_out_text(job, plan) : spliced_text(job, plan, changed_lines);
 }
 
 namespace {
 
 // Keyword edits as byte splices in place; title and description lines whole.
-std::string spliced_text(const MopacJob& job, const JobEditor::Plan& plan) {
+std::string spliced_text(const MopacJob& job, const JobEditor::Plan& plan, std::vector<std::size_t>& changed_lines) {
     std::vector<Splice> splices;
     for (std::size_t k = 0; k < plan.jobs.size(); ++k) {
         const AskedSettings& asked = plan.jobs[k].asked;
@@ -141,6 +142,7 @@ std::string spliced_text(const MopacJob& job, const JobEditor::Plan& plan) {
         }
         const JobLine& line = job.lines()[splice.line];
         text.replace(line.offset + splice.begin, splice.end - splice.begin, splice.text);
+        if (changed_lines.empty() || changed_lines.back() != splice.line) changed_lines.push_back(splice.line);
     }
     return text;
 }

@@ -82,8 +82,9 @@ struct JobEditor::Plan {
 
 namespace detail {
 
-/// The text with every edit of `plan` applied.
-std::string build_edited_text(const MopacJob& job, const JobEditor::Plan& plan);
+/// The text with every edit of `plan` applied; `changed_lines` gets the
+/// indices of the lines changed in place (none where they are laid out anew).
+std::string build_edited_text(const MopacJob& job, const JobEditor::Plan& plan, std::vector<std::size_t>& changed_lines);
 
 /// The keywords MOPAC should read from a planned job, as MOPAC keeps them.
 std::vector<std::string> expected_keywords(const MopacJob& job, std::size_t job_index, const PlannedJob& plan);

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "editing/job_plan.hpp"
+#include "job/reader.hpp"
 #include "job/text_lines.hpp"
 #include "mopac/tables.hpp"
 #include "text/numbers.hpp"
@@ -225,25 +226,10 @@ std::pair<std::size_t, std::uint64_t> atoms_digest(const MopacJob& job, std::siz
     return {atoms.size(), hash};
 }
 
-// The keywords the reading of a job's geometry and of the data behind it
-// consults (src/job): where none of them changes and every line but the
-// head's is as it was, the atoms are read and placed exactly as before.
-bool steers_reading(std::string_view word) {
-    static constexpr std::string_view names[] = {"0SCF",   "A0",    "AIGIN",  "DEPVAR", "DRC",   "GEO-OK", "GEO_DAT",
-                                                 "IRC",    "MICROS", "MINI",  "MOPAC",  "OLDFPC", "OLDGEO", "PDB",
-                                                 "POINTS", "SADDLE", "SETPI", "SETUP",  "STEP",   "SYM"};
-    if (word.compare(0, 4, "SYMM") == 0) return true;
-    const std::string_view name = keyword_name_part(word);
-    for (std::string_view known : names) {
-        if (name == known) return true;
-    }
-    return false;
-}
-
 std::vector<std::string_view> reading_words(const Job& job) {
     std::vector<std::string_view> words;
     for (const JobKeyword& keyword : job.keywords) {
-        if (steers_reading(keyword.text)) words.push_back(keyword.text);
+        if (detail::steers_reading(keyword.text)) words.push_back(keyword.text);
     }
     return words;
 }

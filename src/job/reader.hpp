@@ -26,6 +26,14 @@ public:
     void read(std::string&& text, const ReadOptions& options);
     /// Leaves the target with the one error of a file that could not be read.
     void fail_read(std::string_view reason);
+    /// Reads `text`, the text of `before` in which only the keyword, title
+    /// and description lines `changed` (indices) were changed in place: the
+    /// heads of their jobs are read again, the rest of the reading is taken
+    /// from `before`. False, with the target empty and `text` untouched, where
+    /// the change could make MOPAC read more than those heads otherwise (a
+    /// line that becomes a comment, blank or over-long, a head that takes
+    /// other lines, a keyword the reading of the geometry consults).
+    bool reread_heads(const MopacJob& before, std::string& text, const std::vector<std::size_t>& changed);
 
 private:
     // Lines and their roles (read_job.cpp).
@@ -110,6 +118,15 @@ bool numbers_only(std::string_view view, bool whole) noexcept;
 
 /// Whether a line holds one of the markers in front of an .arc file's geometry.
 bool holds_arc_marker(std::string_view line) noexcept;
+
+}  // namespace detail
+namespace detail {
+
+/// Whether a keyword (as MOPAC keeps it) is one the reading of a job's
+/// geometry and of the data behind it consults: A0, GEO_DAT, OLDGEO, PDB,
+/// SYMMETRY, ... Where none of them changes, the lines behind the head read
+/// as they read before.
+bool steers_reading(std::string_view word) noexcept;
 
 }  // namespace detail
 }  // namespace vesk::input::mopac

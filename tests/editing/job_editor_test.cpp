@@ -209,6 +209,10 @@ TEST(job_editor, edits_every_corpus_file_mopac_reads) {
             ASSERT_EQ(editor.text(), once);
             const MopacJob& result = editor.job();
             EXPECT_EQ(other_lines(result), other_lines(original));
+            // The editor reads only the heads again: the same as reading the text whole.
+            const MopacJob whole = read_job(result.text(), result.options());
+            EXPECT_TRUE(whole.lines() == result.lines() && whole.jobs() == result.jobs() &&
+                        whole.diagnostics() == result.diagnostics());
             for (std::size_t k = 0; k < result.jobs().size(); ++k) {
                 const Job& job = result.jobs()[k];
                 std::vector<std::string> methods;
