@@ -78,10 +78,15 @@ void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
     bool reaction_path = false;
     std::vector<std::pair<std::size_t, std::size_t>> short_lines;  // lines written short (ParsedAtom), by line
     const std::size_t geometry_start = next_;
-    // Cartesian atoms stand where their lines put them and are placed from
-    // the lines when asked: atoms are kept only from the first line in
-    // internal coordinates on, which needs the lines before it too.
+    // Cartesian atoms stand where their lines put them: their positions are
+    // kept as they are read, within a few times the bytes of their lines (a
+    // geometry of tiny lines is read again when asked). Atoms are kept only
+    // from the first line in internal coordinates on, which needs the lines
+    // before it too.
     bool all_cartesian = true;
+    MopacJob::Placed cartesian;
+    bool cartesian_kept = true;
+    std::size_t cartesian_bytes = 0;
     while (!at_end()) {
         const std::size_t index = next_;
         const std::string_view line = view(index);
@@ -101,6 +106,15 @@ void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
             keep_lines(detail::geometry_settings(current), geometry_start, index);
         }
         if (!all_cartesian) keep(atom, index);
+        if (all_cartesian && cartesian_kept) {
+            cartesian_bytes += job_.lines_[index].length + 1;
+            cartesian_kept = atom.atomic_number != 0 &&
+                             (cartesian.positions.size() + 1) * (sizeof(double) * 3 + 1) <= 4 * cartesian_bytes + 4096;
+            if (cartesian_kept) {
+                cartesian.positions.push_back({atom.values[0], atom.values[1], atom.values[2]});
+                cartesian.atomic_numbers.push_back(detail::placed_number(atom.atomic_number));
+            }
+        }
         ++atoms;
         const int number = atom.atomic_number;
         detail::count_geometry_atom(current.counts, number, atom.internal);
@@ -128,6 +142,17 @@ void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
     }
     read_data_behind_geometry(current, job_index, reaction_path);
     check_geometry(current, job_index, errors_before);
+    // Kept where a placement would give them as they stand: no fault in the
+    // job's geometry, no symmetry data to apply, lengths scaled as placed.
+    if (all_cartesian && cartesian_kept && atoms > 0 && errors_ == errors_before && !detail::uses_symmetry(current)) {
+        const double factor = detail::length_factor(current);
+        if (factor != 1.0) {
+            for (auto& position : cartesian.positions) {
+                for (double& value : position) value *= factor;
+            }
+        }
+        job_.placed_[job_index] = std::move(cartesian);
+    }
 }
 
 // A blank first geometry line: the geometry may follow an .arc marker further

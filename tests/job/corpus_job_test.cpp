@@ -9,6 +9,7 @@
 
 #include "corpus.hpp"
 #include "job/placement.hpp"
+#include "job/elements.hpp"
 #include "job/job_placement.hpp"
 #include "job/reader.hpp"
 #include "vesk/core/fs.hpp"
@@ -87,10 +88,21 @@ TEST(corpus_job, placed_atoms_give_back_their_internal_coordinates) {
             std::vector<std::size_t> lines;
             detail::reread_atoms(job, k, true, atoms, &lines, nullptr);
             const Job& current = job.jobs()[k];
-            const double factor = current.bohr ? detail::bohr_in_angstrom : 1.0;
+            const double factor = detail::length_factor(current);
             std::vector<Position> positions;
             std::size_t failed = 0;
             ASSERT_TRUE(detail::place_atoms(atoms, factor, positions, failed));
+            // What the reading kept (Cartesian positions taken as read) is what placing gives.
+            const vesk::core::Geometry kept = job.geometry(k);
+            std::size_t a = 0;
+            for (std::size_t i = 0; i < atoms.size(); ++i) {
+                if (!detail::is_kept_atom(atoms[i].atomic_number)) continue;
+                ASSERT_LT(a, kept.atoms.size());
+                EXPECT_TRUE(kept.atoms[a].x == positions[i][0] && kept.atoms[a].y == positions[i][1] &&
+                            kept.atoms[a].z == positions[i][2]) << name;
+                ++a;
+            }
+            EXPECT_EQ(a, kept.atoms.size());
             for (std::size_t i = 3; i < atoms.size(); ++i) {
                 const detail::ParsedAtom& atom = atoms[i];
                 if (!atom.internal) continue;
