@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "check/findings.hpp"
+#include "text/distance.hpp"
 #include "mopac/tables.hpp"
 #include "text/keyword_scan.hpp"
 #include "vesk/input/mopac/catalogue.hpp"
@@ -148,18 +149,7 @@ void check_keywords(Findings& findings, const Keywords& keywords) {
 // (of other versions or programs), so a name whose digits differ is no match;
 // nor is a name that takes no value for a word written with one (REF=..., SET=...).
 std::string suggestion_for(std::string_view name, bool has_value) {
-    const auto distance = [](std::string_view a, std::string_view b) {
-        std::vector<std::vector<std::size_t>> d(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
-        for (std::size_t i = 0; i <= a.size(); ++i) d[i][0] = i;
-        for (std::size_t j = 0; j <= b.size(); ++j) d[0][j] = j;
-        for (std::size_t i = 1; i <= a.size(); ++i) {
-            for (std::size_t j = 1; j <= b.size(); ++j) {
-                d[i][j] = std::min({d[i - 1][j] + 1, d[i][j - 1] + 1, d[i - 1][j - 1] + (a[i - 1] != b[j - 1])});
-                if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) d[i][j] = std::min(d[i][j], d[i - 2][j - 2] + 1);
-            }
-        }
-        return d[a.size()][b.size()];
-    };
+    const auto distance = [](std::string_view a, std::string_view b) { return detail::edit_distance(a, b); };
     const auto digits = [](std::string_view word) {
         std::string found;
         for (char c : word) {

@@ -1,6 +1,7 @@
 // Words, whole numbers, AUX options and escaped text for the subcommands.
 #include "text.hpp"
 
+#include "text/distance.hpp"
 #include "text/fields.hpp"
 #include "text/keyword_scan.hpp"
 
@@ -77,20 +78,7 @@ std::size_t utf8_sequence_length(std::string_view text, std::size_t at) {
 }
 
 std::string nearest_word(std::string_view word, const std::vector<std::string>& candidates) {
-    const auto distance = [](std::string_view a, std::string_view b) {
-        std::vector<std::vector<std::size_t>> d(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
-        for (std::size_t i = 0; i <= a.size(); ++i) d[i][0] = i;
-        for (std::size_t j = 0; j <= b.size(); ++j) d[0][j] = j;
-        for (std::size_t i = 1; i <= a.size(); ++i) {
-            for (std::size_t j = 1; j <= b.size(); ++j) {
-                d[i][j] = std::min({d[i - 1][j] + 1, d[i][j - 1] + 1, d[i - 1][j - 1] + (a[i - 1] != b[j - 1])});
-                if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) {
-                    d[i][j] = std::min(d[i][j], d[i - 2][j - 2] + 1);
-                }
-            }
-        }
-        return d[a.size()][b.size()];
-    };
+    const auto distance = [](std::string_view a, std::string_view b) { return input::mopac::detail::edit_distance(a, b); };
     const std::size_t letters = word.size() - std::min(word.find_first_not_of('-'), word.size());
     if (letters < 3 || word.size() > 64) return {};
     std::size_t best = letters < 6 ? 1 : 2;
