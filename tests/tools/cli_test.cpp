@@ -124,6 +124,9 @@ TEST(mopac_input_tool, parallel_batches_print_in_the_order_of_the_files) {
     EXPECT_EQ(three.err, one.err);
     EXPECT_EQ(three.status, 1);
     EXPECT_THAT(three.err, ::testing::EndsWith("mopac-input: 12 files: 7 ok, 4 with errors, 1 failed\n"));
+    ToolRun method = run(dir, {"edit", check.back(), "--method", "PM6-D3H5"});
+    EXPECT_EQ(method.status, 2);
+    EXPECT_THAT(method.err, HasSubstr("PM6-D3H5 is not a method MOPAC runs; did you mean PM6-D3H4?"));
     ToolRun typo = run(dir, {"chek", check.back()});
     EXPECT_EQ(typo.status, 2);
     EXPECT_THAT(typo.err, HasSubstr("mopac-input: chek: no such subcommand; did you mean \"check\"?"));

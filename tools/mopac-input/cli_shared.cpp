@@ -7,6 +7,9 @@
 #include <functional>
 #include <string>
 
+#include <vesk/input/mopac/catalogue.hpp>
+#include <vesk/input/mopac/document.hpp>
+
 #include "commands.hpp"
 #include "edits.hpp"
 #include "files.hpp"
@@ -27,7 +30,20 @@ void add_edit_options(CLI::App& command, EditRequest& request) {
     const CLI::Validator one_token = refusing(input::mopac::keyword_word_problem);
     const CLI::Validator one_line = refusing(input::mopac::head_line_problem);
     command.add_option("--method", request.method, "Replace every method keyword, new method first (e.g. PM7)")
-        ->check(one_token);
+        ->check(one_token)
+        ->check(CLI::Validator(
+            [](std::string& value) -> std::string {
+                std::string name = input::mopac::normalize_keyword_name(value);
+                if (!input::mopac::mopac_method_runs(name).empty()) return {};
+                std::vector<std::string> methods;
+                for (const input::mopac::KeywordInfo& info : input::mopac::keyword_catalogue()) {
+                    if (info.method) methods.emplace_back(info.name);
+                }
+                const std::string near = nearest_word(name, methods);
+                return escape_for_terminal(value) + " is not a method MOPAC runs" +
+                       (near.empty() ? std::string(" (MOPAC runs PM7, PM6, AM1, RM1, ...)") : "; did you mean " + near + "?");
+            },
+            ""));
     add_whole_number(command, "--charge", INT_MIN, INT_MAX,
                      [&request](long long q) { request.charge = static_cast<int>(q); },
                      "Write CHARGE=Q in place of every CHARGE keyword");
