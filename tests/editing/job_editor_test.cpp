@@ -128,6 +128,8 @@ TEST(job_editor, refuses_what_mopac_would_read_otherwise_and_changes_nothing) {
 TEST(job_editor, proof_refuses_results_that_read_back_otherwise) {
     const std::string water = "PM7 CHARGE=0 SINGLET\nwater\n\nO 0 0 0\nH 0.96 0 0\nH -0.24 0.93 0\n";
     const std::string open_aux = "PM7 AUX(PRECISION=9\nwater\n\nO 0 0 0\nH 0.96 0 0\nH -0.24 0.93 0\n";
+    // Without PM7, line 1 starts with '*': a comment, and the head moves down.
+    const std::string marked = "PM7 *X +\nSINGLET\nwater\n\nO 0 0 0\nH 0.96 0 0\nH -0.24 0.93 0\n";
     struct Refusal {
         const std::string& text;
         Edit edit;
@@ -144,6 +146,10 @@ TEST(job_editor, proof_refuses_results_that_read_back_otherwise) {
          "the edit gives an error the file did not have: line 1: DOUBLET SPECIFIED WITH EVEN NUMBER OF ELECTRONS"},
         {open_aux, [](JobEditor& e) { e.add_keyword("PRECISE"); }, "job 1: MOPAC would read the keywords as"},
         {water, [](JobEditor& e) { e.add_keyword("A0"); }, "job 1: MOPAC would read or place the atoms otherwise"},
+        {water, [](JobEditor& e) { e.set_multiplicity(1); e.add_keyword("TRIPLET"); }, "job 1: MOPAC would read the spin from"},
+        {water, [](JobEditor& e) { e.set_auxiliary_output(6); e.add_keyword("AUX(PRECISION=9)"); },
+         "job 1: MOPAC would not read the AUX options as asked"},
+        {marked, [](JobEditor& e) { e.remove_keyword("PM7"); }, "MOPAC would read line 1 otherwise"},
     };
     vesk::test_support::TempDir folder;
     const std::string path = folder.path() + "/out.mop";
