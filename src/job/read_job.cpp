@@ -166,9 +166,22 @@ bool JobReader::reread_heads(const MopacJob& before, std::string& text, const st
     static constexpr std::array<Issue, 5> head_issues = {Issue::too_many_keyword_lines, Issue::setup_with_plus,
                                                         Issue::keywords_too_long, Issue::text_too_long,
                                                         Issue::short_head};
+    // The lines of each head read again, as 1-based numbers from..to.
+    std::vector<std::pair<std::size_t, std::size_t>> heads;
+    for (std::size_t k = 0; k < before.jobs_.size(); ++k) {
+        if (!job_changed[k] || before.jobs_[k].first_keyword_line == 0) continue;
+        std::size_t last = before.jobs_[k].first_keyword_line;
+        for (std::size_t i = last - 1; i < old_lines.size() && old_lines[i].job == k; ++i) {
+            const LineRole role = old_lines[i].role;
+            if (role == LineRole::keywords || role == LineRole::title || role == LineRole::description) last = i + 1;
+        }
+        heads.emplace_back(before.jobs_[k].first_keyword_line, last);
+    }
     for (const Diagnostic& diagnostic : before.diagnostics_) {
         bool from_head = false;
-        if (diagnostic.line > 0 && job_changed[old_lines[diagnostic.line - 1].job]) {
+        for (const auto& [from, to] : heads) from_head = from_head || (diagnostic.line >= from && diagnostic.line <= to);
+        if (from_head) {
+            from_head = false;
             for (const Issue issue : head_issues) from_head = from_head || diagnostic.code == detail::issue_info(issue).code;
         }
         if (!from_head) job_.diagnostics_.push_back(diagnostic);
