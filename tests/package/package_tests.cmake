@@ -1,6 +1,6 @@
 # Tests of the built and installed library as a product: the CMake package
-# works from an install prefix, the shared library exports only our API, and
-# every public header compiles on its own.
+# works from an install prefix, the shared library exports only our API (and
+# would as a Windows DLL), and every public header compiles on its own.
 
 # 1. Install into a scratch prefix, then build and run a consumer against it.
 set(vesk_package_prefix "${CMAKE_CURRENT_BINARY_DIR}/package-prefix")
@@ -28,6 +28,10 @@ add_test(NAME package.exported_symbols
 add_test(NAME package.exported_symbols_core_fs
     COMMAND ${CMAKE_COMMAND} -DLIBRARY=$<TARGET_FILE:vesk_core_fs> -DPREFIX=vesk::core::fs::
             -P "${CMAKE_CURRENT_SOURCE_DIR}/package/check_exports.cmake")
+# The export macros as a Windows build defines them.
+add_test(NAME package.export_macros
+    COMMAND ${CMAKE_COMMAND} "-DCXX=${CMAKE_CXX_COMPILER}" "-DINCLUDE_DIR=${PROJECT_SOURCE_DIR}/include"
+            -P "${CMAKE_CURRENT_SOURCE_DIR}/package/check_export_macros.cmake")
 
 # 3. Each public header compiles alone.
 file(GLOB_RECURSE vesk_public_headers CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/include/*.hpp")
