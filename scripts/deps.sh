@@ -5,7 +5,7 @@
 set -euo pipefail
 
 packages=(cmake ninja-build g++ clang libgtest-dev libgmock-dev libbenchmark-dev
-          libcli11-dev nlohmann-json3-dev locales binutils
+          libcli11-dev nlohmann-json3-dev locales binutils pkg-config
           pybind11-dev python3-pybind11 python3-dev python3-numpy python3-pytest python3-ase)
 missing=()
 for p in "${packages[@]}"; do
