@@ -94,6 +94,9 @@ def test_corpus_reads_alike_from_path_bytes_and_str_and_keeps_every_byte(path):
     for index in range(len(job.jobs)):
         positions = job.positions(index)
         assert positions.shape == (len(job.symbols(index)), 3)
+        symbols, placed, vectors = job.placement(index)
+        assert symbols == job.symbols(index) and placed.tobytes() == positions.tobytes()
+        assert vectors.tobytes() == job.translation_vectors(index).tobytes()
         assert [(a.element, a.x, a.y, a.z) for a in job.geometry(index)] == [
             (s, *p) for s, p in zip(job.symbols(index), positions.tolist())
         ]
