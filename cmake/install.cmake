@@ -33,3 +33,32 @@ install(FILES
     ${PROJECT_BINARY_DIR}/vesk_mopac_mop-config.cmake
     ${PROJECT_BINARY_DIR}/vesk_mopac_mop-config-version.cmake
     DESTINATION ${vesk_mopac_cmake_dir})
+
+# pkg-config files, one a library:
+#   c++ app.cpp $(pkg-config --cflags --libs vesk_mopac_mop)
+# They are written when installing, so that they name the prefix the files
+# really go to, `cmake --install --prefix` included.
+if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+    set(vesk_pc_libdir "${CMAKE_INSTALL_LIBDIR}")
+    set(vesk_pc_destination "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+else()
+    set(vesk_pc_libdir "\${prefix}/${CMAKE_INSTALL_LIBDIR}")
+    set(vesk_pc_destination "\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+endif()
+if(IS_ABSOLUTE "${CMAKE_INSTALL_INCLUDEDIR}")
+    set(vesk_pc_includedir "${CMAKE_INSTALL_INCLUDEDIR}")
+else()
+    set(vesk_pc_includedir "\${prefix}/${CMAKE_INSTALL_INCLUDEDIR}")
+endif()
+foreach(library IN ITEMS vesk_mopac_mop vesk_core_fs)
+    # One scratch file per prefix: two installs may run at once.
+    set(pc_file "${PROJECT_BINARY_DIR}/pkgconfig/\${prefix_hash}/${library}.pc")
+    install(CODE "
+        set(VESK_PC_PREFIX \"\${CMAKE_INSTALL_PREFIX}\")
+        string(MD5 prefix_hash \"\${CMAKE_INSTALL_PREFIX}\")
+        set(VESK_PC_LIBDIR [[${vesk_pc_libdir}]])
+        set(VESK_PC_INCLUDEDIR [[${vesk_pc_includedir}]])
+        set(VESK_PC_VERSION \"${PROJECT_VERSION}\")
+        configure_file(\"${PROJECT_SOURCE_DIR}/cmake/${library}.pc.in\" \"${pc_file}\" @ONLY)
+        file(INSTALL \"${pc_file}\" DESTINATION \"${vesk_pc_destination}\")")
+endforeach()

@@ -5,8 +5,10 @@
 set -euo pipefail
 
 packages=(cmake ninja-build g++ clang libgtest-dev libgmock-dev libbenchmark-dev
-          libcli11-dev nlohmann-json3-dev locales binutils strace
-          pybind11-dev python3-pybind11 python3-dev python3-numpy python3-pytest python3-ase python3-jsonschema python3-distributed)
+          libcli11-dev nlohmann-json3-dev locales binutils strace pkg-config
+          pybind11-dev python3-pybind11 python3-dev python3-numpy python3-pytest python3-ase
+          python3-jsonschema python3-distributed
+          python3-setuptools python3-wheel python3-build python3-venv python3-pip)
 missing=()
 for p in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

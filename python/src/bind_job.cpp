@@ -404,6 +404,35 @@ void bind_mopac_job(py::module_& m) {
             },
             py::arg("job") = 0, "The element symbols of geometry(job), a list of str.")
         .def(
+            "placement",
+            [](const MopacJob& j, const Int& job) {
+                const std::size_t index = job_arg(job);
+                vesk::core::Geometry geometry;
+                std::vector<std::array<double, 3>> vectors;
+                {
+                    py::gil_scoped_release released;
+                    geometry = j.geometry(index);
+                    // Only a periodic job has vectors to place; the others are placed once.
+                    if (index < j.jobs().size() && j.jobs()[index].counts.translation_vectors > 0) {
+                        vectors = j.translation_vectors(index);
+                    }
+                }
+                py::list symbols(geometry.atoms.size());
+                py::array_t<double> positions({static_cast<py::ssize_t>(geometry.atoms.size()), py::ssize_t{3}});
+                double* out = positions.mutable_data();
+                for (std::size_t i = 0; i < geometry.atoms.size(); ++i) {
+                    const vesk::core::Atom& atom = geometry.atoms[i];
+                    symbols[i] = to_str(atom.element);
+                    *out++ = atom.x;
+                    *out++ = atom.y;
+                    *out++ = atom.z;
+                }
+                return py::make_tuple(symbols, positions, rows_of_three(vectors));
+            },
+            py::arg("job") = 0,
+            "symbols(job), positions(job) and translation_vectors(job) from one placement\n"
+            "of the atoms, as a tuple (list of str, array (n, 3), array (k, 3)).")
+        .def(
             "translation_vectors",
             [](const MopacJob& j, const Int& job) {
                 const std::size_t index = job_arg(job);

@@ -37,10 +37,15 @@ bool load_text(py::handle source, std::string& bytes) {
         return true;
     }
     if (PyMemoryView_Check(object)) {
-        const Py_buffer* view = PyMemoryView_GET_BUFFER(object);
-        if (view->itemsize != 1 || !PyBuffer_IsContiguous(view, 'C')) return false;
-        bytes.assign(static_cast<const char*>(view->buf), static_cast<std::size_t>(view->len));
-        return true;
+        // A buffer of our own keeps the memory alive and unmoved while it is
+        // copied: a released view refuses it (ValueError), and the exporter
+        // (a bytearray, an mmap) cannot resize or close under it.
+        Py_buffer view;
+        if (PyObject_GetBuffer(object, &view, PyBUF_FULL_RO) != 0) throw py::error_already_set();
+        const bool bytes_like = view.itemsize == 1 && PyBuffer_IsContiguous(&view, 'C');
+        if (bytes_like) bytes.assign(static_cast<const char*>(view.buf), static_cast<std::size_t>(view.len));
+        PyBuffer_Release(&view);
+        return bytes_like;
     }
     return false;
 }

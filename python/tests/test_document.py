@@ -63,6 +63,14 @@ def test_what_is_no_text_is_a_type_error(argument):
         vm.parse(argument)
 
 
+@pytest.mark.parametrize("read", [vm.parse, vm.read_job, vm.JobEditor], ids=["parse", "read_job", "JobEditor"])
+def test_a_released_memoryview_is_refused_not_read(read):
+    view = memoryview(bytearray(WATER.encode()))
+    view.release()
+    with pytest.raises(ValueError, match="released"):
+        read(view)
+
+
 def test_integers_are_anything_with_index_but_never_floats():
     numpy = pytest.importorskip("numpy")
     editor = vm.InputEditor(vm.parse(WATER).input)

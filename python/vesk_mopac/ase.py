@@ -49,7 +49,7 @@ def to_ase_atoms(job: MopacJob, index: int = 0) -> "ase.Atoms":
 
     if not 0 <= index < len(job.jobs):
         raise IndexError(f"MOPAC input has no job {index + 1}")
-    symbols = job.symbols(index)
+    symbols, positions, vectors = job.placement(index)
     if not symbols:
         reasons = [str(d) for d in job.diagnostics if d.severity == Severity.ERROR]
         raise ValueError(
@@ -60,12 +60,11 @@ def to_ase_atoms(job: MopacJob, index: int = 0) -> "ase.Atoms":
     if unknown:
         raise ValueError(f"ASE has no element for the MOPAC symbols {', '.join(unknown)}")
 
-    vectors = job.translation_vectors(index)
     cell = np.zeros((3, 3))
     cell[: len(vectors)] = vectors
     atoms = Atoms(
         symbols=symbols,
-        positions=job.positions(index),
+        positions=positions,
         cell=cell,
         pbc=[axis < len(vectors) for axis in range(3)],
     )

@@ -1,6 +1,7 @@
 # Tests of the built and installed library as a product: the CMake package
-# works from an install prefix, the shared library exports only our API, and
-# every public header compiles on its own.
+# and the pkg-config files work from an install prefix, the shared library
+# exports only our API (and would as a Windows DLL), and every public header
+# compiles on its own.
 
 # 1. Install into a scratch prefix, then build and run a consumer against it.
 set(vesk_package_prefix "${CMAKE_CURRENT_BINARY_DIR}/package-prefix")
@@ -21,6 +22,15 @@ set_tests_properties(package.consumer PROPERTIES
     FIXTURES_REQUIRED vesk_package
     PASS_REGULAR_EXPRESSION "PM7 CHARGE=-1 UHF MS=1")
 
+# The same program built with a compiler command line from pkg-config.
+add_test(NAME package.pkg_config_consumer
+    COMMAND ${CMAKE_COMMAND} "-DPREFIX=${vesk_package_prefix}" "-DLIBDIR=${CMAKE_INSTALL_LIBDIR}"
+            "-DCXX=${CMAKE_CXX_COMPILER}" "-DCXX_FLAGS=${CMAKE_CXX_FLAGS}"
+            "-DSOURCE=${CMAKE_CURRENT_SOURCE_DIR}/package/consumer/main.cpp"
+            "-DBINARY=${CMAKE_CURRENT_BINARY_DIR}/pkg-config-consumer"
+            -P "${CMAKE_CURRENT_SOURCE_DIR}/package/pkg_config_consumer.cmake")
+set_tests_properties(package.pkg_config_consumer PROPERTIES FIXTURES_REQUIRED vesk_package)
+
 # 2. The dynamic symbol table holds nothing outside vesk::input::mopac.
 add_test(NAME package.exported_symbols
     COMMAND ${CMAKE_COMMAND} -DLIBRARY=$<TARGET_FILE:vesk_mopac_mop> -DPREFIX=vesk::input::mopac::
@@ -28,6 +38,10 @@ add_test(NAME package.exported_symbols
 add_test(NAME package.exported_symbols_core_fs
     COMMAND ${CMAKE_COMMAND} -DLIBRARY=$<TARGET_FILE:vesk_core_fs> -DPREFIX=vesk::core::fs::
             -P "${CMAKE_CURRENT_SOURCE_DIR}/package/check_exports.cmake")
+# The export macros as a Windows build defines them.
+add_test(NAME package.export_macros
+    COMMAND ${CMAKE_COMMAND} "-DCXX=${CMAKE_CXX_COMPILER}" "-DINCLUDE_DIR=${PROJECT_SOURCE_DIR}/include"
+            -P "${CMAKE_CURRENT_SOURCE_DIR}/package/check_export_macros.cmake")
 
 # 3. Each public header compiles alone.
 file(GLOB_RECURSE vesk_public_headers CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/include/*.hpp")

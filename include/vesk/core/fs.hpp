@@ -8,8 +8,17 @@
 #include <string_view>
 #include <system_error>
 
-#if defined(_WIN32)
+// Exported from the shared library: __declspec(dllexport) while it is built
+// (VESK_CORE_FS_BUILDING), __declspec(dllimport) for its users on Windows,
+// nothing for a static build (VESK_CORE_FS_STATIC).
+#if defined(VESK_CORE_FS_STATIC)
 #  define VESK_CORE_FS_API
+#elif defined(_WIN32) || defined(__CYGWIN__)
+#  if defined(VESK_CORE_FS_BUILDING)
+#    define VESK_CORE_FS_API __declspec(dllexport)
+#  else
+#    define VESK_CORE_FS_API __declspec(dllimport)
+#  endif
 #else
 #  define VESK_CORE_FS_API __attribute__((visibility("default")))
 #endif
