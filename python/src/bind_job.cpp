@@ -5,6 +5,7 @@
 // the GIL. A JobEditor can; each one has a lock of its own, taken without
 // the GIL held, so that two threads editing one editor take turns.
 #include <pybind11/numpy.h>
+#include <pybind11/operators.h>
 #include <pybind11/stl.h>
 
 #include <array>
@@ -140,11 +141,7 @@ void bind_job_records(py::module_& m) {
         .def_property_readonly(
             "role", [](const JobLine& l) { return l.role; }, "what MOPAC makes of it, a LineRole")
         .def_readonly("job", &JobLine::job, "index into MopacJob.jobs of the job the line belongs to")
-        .def("__eq__",
-             [](const JobLine& a, const JobLine& b) {
-                 return a.offset == b.offset && a.length == b.length && a.end == b.end && a.role == b.role &&
-                        a.job == b.job;
-             })
+        .def(py::self == py::self)  // NOLINT(misc-redundant-expression)
         .def("__repr__", [](const JobLine& l) {
             return "JobLine(offset=" + std::to_string(l.offset) + ", length=" + std::to_string(l.length) +
                    ", end=" + std::string(py::str(py::cast(l.end))) + ", role=" + std::string(py::str(py::cast(l.role))) +
@@ -172,11 +169,7 @@ void bind_job_records(py::module_& m) {
         .def_property_readonly(
             "suggestion", [](const Diagnostic& d) { return to_str(d.suggestion); },
             "what to write instead, or \"\"")
-        .def("__eq__",
-             [](const Diagnostic& a, const Diagnostic& b) {
-                 return a.severity == b.severity && a.code == b.code && a.line == b.line && a.column == b.column &&
-                        a.message == b.message && a.suggestion == b.suggestion;
-             })
+        .def(py::self == py::self)  // NOLINT(misc-redundant-expression)
         .def("__str__",
              [](const Diagnostic& d) {
                  py::str text = to_str(std::to_string(d.line) + ":" + std::to_string(d.column) + ": " +
@@ -200,10 +193,7 @@ void bind_job_records(py::module_& m) {
         .def_readonly("line", &JobKeyword::line, "line number of its first byte")
         .def_readonly("column", &JobKeyword::column, "1-based byte column of its first byte")
         .def_readonly("length", &JobKeyword::length, "bytes it covers in that line")
-        .def("__eq__",
-             [](const JobKeyword& a, const JobKeyword& b) {
-                 return a.text == b.text && a.line == b.line && a.column == b.column && a.length == b.length;
-             })
+        .def(py::self == py::self)  // NOLINT(misc-redundant-expression)
         .def("__repr__", [](const JobKeyword& k) {
             return "JobKeyword(" + repr_text(k.text) + ", line=" + std::to_string(k.line) +
                    ", column=" + std::to_string(k.column) + ", length=" + std::to_string(k.length) + ")";
@@ -213,6 +203,7 @@ void bind_job_records(py::module_& m) {
         .def_property_readonly(
             "text", [](const JobText& t) { return to_str(t.text); }, "as MOPAC keeps it: at most 200 bytes")
         .def_readonly("line", &JobText::line, "its line number; 0 when the head has no such line")
+        .def(py::self == py::self)  // NOLINT(misc-redundant-expression)
         .def("__repr__", [](const JobText& t) {
             return "JobText(" + repr_text(t.text) + ", line=" + std::to_string(t.line) + ")";
         });
@@ -229,6 +220,7 @@ void bind_job_records(py::module_& m) {
                 return std::vector<std::size_t>(c.by_atomic_number.begin(), c.by_atomic_number.end());
             },
             "108 counts: index = atomic number, 99 dummies, 107 Tv")
+        .def(py::self == py::self)  // NOLINT(misc-redundant-expression)
         .def("__repr__", [](const GeometryCounts& c) {
             return "GeometryCounts(atoms=" + std::to_string(c.atoms) + ", dummies=" + std::to_string(c.dummies) +
                    ", translation_vectors=" + std::to_string(c.translation_vectors) +
@@ -236,6 +228,7 @@ void bind_job_records(py::module_& m) {
         });
 
     py::class_<Job>(m, "Job", "One job of the file, as MOPAC runs it. Most files hold one.")
+        .def(py::self == py::self)  // NOLINT(misc-redundant-expression)
         .def_readonly("keywords", &Job::keywords, "list of JobKeyword")
         .def_property_readonly(
             "head", [](const Job& j) { return j.head; }, "the form of the keyword head, a HeadForm")
