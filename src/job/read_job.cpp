@@ -145,7 +145,21 @@ bool JobReader::reread_heads(const MopacJob& before, std::string& text, const st
             (i == 0 && detail::contains_upper(new_text, "DATA="))) {
             return false;
         }
-        job_changed[old_lines[i].job] = true;
+        // Nothing before a head may have looked at it: a job starts where its
+        // line is no data (numbers, BEGIN EXTERNAL, MICROS) of the job before,
+        // a blank geometry looks ahead for an .arc marker, and a geometry
+        // read as MOPAC's own until PDB or Gaussian lines turn up looks
+        // ahead of where it ends.
+        const std::size_t k = old_lines[i].job;
+        if (detail::holds_arc_marker(new_text) != detail::holds_arc_marker(old_text) ||
+            detail::contains_upper(new_text, "MICROS") != detail::contains_upper(old_text, "MICROS") ||
+            detail::numbers_only(detail::mopac_view(new_text, scratch), false) ||
+            starts_upper(detail::mopac_view(new_text, scratch), "BEGIN EXTERNAL") ||
+            (k > 0 && (before.jobs_[k - 1].source == GeometrySource::pdb ||
+                       before.jobs_[k - 1].source == GeometrySource::gaussian))) {
+            return false;
+        }
+        job_changed[k] = true;
     }
 
     job_.text_ = std::move(text);
