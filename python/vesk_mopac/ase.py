@@ -57,10 +57,12 @@ def to_ase_atoms(job: MopacJob, index: int = 0) -> "ase.Atoms":
     coordinates, every atom with a flag 0 gets a ``FixCartesian`` constraint
     whose mask fixes those coordinates. Flags other than 0 and 1 (a reaction
     coordinate, -1) cannot be told by a constraint: the whole table of flags
-    is then also kept in ``atoms.info["mopac_flags"]``. In a job in internal
-    coordinates the flags are about bond lengths, angles and dihedrals, not
-    about x, y and z: they are kept, one triple per atom of the returned
-    atoms, in ``atoms.info["mopac_internal_flags"]``, and no constraint is set.
+    is then also kept in ``atoms.info["mopac_flags"]``. In a job with atoms
+    in internal coordinates the flags are about bond lengths, angles and
+    dihedrals, not about x, y and z: they are kept, one triple per atom of
+    the returned atoms, in ``atoms.info["mopac_internal_flags"]``, no
+    constraint is set, and ``from_ase_atoms`` does not write them back (its
+    input is Cartesian).
 
     Raises IndexError for a job the file does not have, and ValueError when
     the job has no atoms that can be placed (its geometry comes from
@@ -120,7 +122,7 @@ def to_ase_atoms(job: MopacJob, index: int = 0) -> "ase.Atoms":
     cell_flags = [tuple(r.flags) for r in records if r.atomic_number == _TRANSLATION]
     if cell_flags:
         atoms.info["mopac_cell_flags"] = cell_flags
-    if len(placed) != len(atoms):  # symmetry made atoms the file does not list
+    if len(placed) != len(atoms):  # no flags rather than flags on the wrong atoms
         return atoms
     flags = [tuple(r.flags) for r in placed]
     cartesian = all(r.form == CoordinateForm.CARTESIAN for r in records if r.atomic_number != _TRANSLATION)
@@ -172,8 +174,8 @@ def from_ase_atoms(
     if not np.all(np.isfinite(positions)):
         raise ValueError("atom positions must be finite")
     fixed = _fixed_coordinates(atoms)
-    kept = _flag_table(atoms.info.get("mopac_flags"), len(atoms))
-    flags = np.where(fixed, 0, np.where(np.isin(kept, (0, 1)), 1, kept))
+    table = _flag_table(atoms.info.get("mopac_flags"), len(atoms))
+    flags = np.where(fixed, 0, np.where(np.isin(table, (0, 1)), 1, table))
     lines = [
         f"{symbol} {_number(x)} {fx} {_number(y)} {fy} {_number(z)} {fz}"
         for symbol, (x, y, z), (fx, fy, fz) in zip(symbols, positions, flags)
