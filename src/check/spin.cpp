@@ -13,6 +13,18 @@
 namespace vesk::input::mopac::check {
 namespace {
 
+// A fault of the open shells: at OPEN(n,m) where the job has it, else at its
+// first keyword, else on its first keyword line as a whole.
+void shell_error(Findings& findings, const Job& job, const JobKeyword* open, const char* code, std::string message,
+                 std::string suggestion = {}) {
+    if (open == nullptr && !job.keywords.empty()) open = &job.keywords.front();
+    if (open != nullptr) {
+        findings.error(*open, code, std::move(message), std::move(suggestion));
+    } else {
+        findings.add(Severity::error, code, job.first_keyword_line, 0, std::move(message), std::move(suggestion));
+    }
+}
+
 // The spin states in the order MOPAC tests them, each by its first four letters.
 const char* const spin_prefixes[] = {"SING", "DOUB", "TRIP", "QUAR", "QUIN", "SEXT", "SEPT", "OCTE", "NONE"};
 
@@ -131,8 +143,7 @@ void check_spin(Findings& findings, const Keywords& keywords, const Electrons& e
     double fraction = 0.0;
     if (open_electrons != 0) {
         if (odd != (open_electrons % 2 != 0) && !zero_scf) {
-            findings.error(open != nullptr ? *open : *keywords.job().keywords.data(), "open-shell-parity",
-                           "IMPOSSIBLE NUMBER OF OPEN SHELL ELECTRONS",
+            shell_error(findings, keywords.job(), open, "open-shell-parity", "IMPOSSIBLE NUMBER OF OPEN SHELL ELECTRONS",
                            "OPEN(" + std::to_string(open_electrons + 1 <= 2 * open_levels ? open_electrons + 1 : open_electrons - 1) +
                                "," + std::to_string(open_levels) + ")");
             return;
@@ -140,12 +151,12 @@ void check_spin(Findings& findings, const Keywords& keywords, const Electrons& e
         closed -= open_electrons / 2;
         levels = open_levels;
         if (open_levels == 0) {
-            findings.error(*open, "open-shell-levels", " NUMBER OF ELECTRONS IN OPEN(M,N) IS ZERO!");
+            shell_error(findings, keywords.job(), open, "open-shell-levels", " NUMBER OF ELECTRONS IN OPEN(M,N) IS ZERO!");
             return;
         }
         fraction = static_cast<double>(open_electrons) / static_cast<double>(open_levels);
         if (closed < 0 && !zero_scf) {
-            findings.error(*open, "open-shell-levels", "IMPOSSIBLE NUMBER OF CLOSED SHELLS");
+            shell_error(findings, keywords.job(), open, "open-shell-levels", "IMPOSSIBLE NUMBER OF CLOSED SHELLS");
             return;
         }
     }
