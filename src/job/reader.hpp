@@ -2,7 +2,8 @@
 // MopacJob; its parts live in one source file each: the data set and the job
 // loop (read_job.cpp), the head (head.cpp), MOPAC's own geometry lines
 // (mopac_geometry.cpp), Gaussian Z-matrices and PDB records
-// (foreign_geometry.cpp) and the data behind a geometry (geometry_data.cpp).
+// (foreign_geometry.cpp) and the data behind a geometry (geometry_data.cpp);
+// the heads of an edited text read again in head_again.cpp.
 // The placement of the atoms is job_placement.cpp, shared with MopacJob.
 #pragma once
 
@@ -121,6 +122,12 @@ bool holds_arc_marker(std::string_view line) noexcept;
 
 }  // namespace detail
 namespace detail {
+
+/// Findings past this many are counted, not listed.
+inline constexpr std::size_t listed_diagnostics = 1000;
+
+/// Whether a line, blanks in front aside, starts with `word` in any case.
+bool starts_upper(std::string_view view, std::string_view word) noexcept;
 
 /// Whether a keyword (as MOPAC keeps it) is one the reading of a job's
 /// geometry and of the data behind it consults: A0, GEO_DAT, OLDGEO, PDB,
