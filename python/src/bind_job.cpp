@@ -329,7 +329,7 @@ void bind_mopac_job(py::module_& m) {
         .def_property_readonly(
             "arc", [](const MopacJob& j) { return j.options().arc; }, "whether it was read as an .arc file")
         .def_property_readonly(
-            "lines", [](const MopacJob& j) { return j.lines(); },
+            "lines", [](const MopacJob& j) { return std::vector<JobLine>(j.lines().begin(), j.lines().end()); },
             "every line with what MOPAC makes of it, a list of JobLine")
         .def(
             "line_text", [](const MopacJob& j, std::size_t number) { return to_str(j.line_text(number)); },

@@ -20,7 +20,7 @@ void check_lines(Findings& findings) {
     if (job.text().find('\0') != std::string::npos) {
         findings.add(Severity::error, "not-text", 0, 0, "the file holds NUL bytes: MOPAC input is text");
     }
-    const std::vector<JobLine>& lines = job.lines();
+    const JobLines& lines = job.lines();
     for (std::size_t i = 0; i < lines.size(); ++i) {
         const std::string_view text = job.line_text(i + 1);
         const JobLine& line = lines[i];

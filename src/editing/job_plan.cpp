@@ -166,7 +166,7 @@ std::string laid_out_text(const MopacJob& job, const JobEditor::Plan& plan) {
     }
     std::string out;
     out.reserve(job.text().size() + 256);
-    const std::vector<JobLine>& lines = job.lines();
+    const JobLines& lines = job.lines();
     for (std::size_t i = 0; i < lines.size(); ++i) {
         const JobLine& line = lines[i];
         const std::string_view end = line_end_text(line.end);

@@ -54,29 +54,29 @@ namespace {
 // title or description line its bytes. Laid out anew, keyword lines may come
 // and go: the other lines are compared in order.
 std::string lines_difference(const MopacJob& before, const MopacJob& after, const JobEditor::Plan& plan) {
-    const auto kept = [&plan](const MopacJob& job) {
-        std::vector<std::size_t> indices;
-        for (std::size_t i = 0; i < job.lines().size(); ++i) {
-            if (!plan.layout_width || job.lines()[i].role != LineRole::keywords) indices.push_back(i);
-        }
-        return indices;
+    const JobLines& old_lines = before.lines();
+    const JobLines& new_lines = after.lines();
+    // The next line at or behind `i` that is compared: keyword lines laid out anew are not.
+    const auto compared = [&plan](const JobLines& lines, std::size_t i) {
+        while (plan.layout_width && i < lines.size() && lines.role(i) == LineRole::keywords) ++i;
+        return i;
     };
-    const std::vector<std::size_t> old_lines = kept(before);
-    const std::vector<std::size_t> new_lines = kept(after);
-    for (std::size_t n = 0; n < old_lines.size() || n < new_lines.size(); ++n) {
-        if (n >= old_lines.size() || n >= new_lines.size()) {
-            return "MOPAC would read the edited text in " + std::to_string(after.lines().size()) + " lines, not " +
-                   std::to_string(before.lines().size());
+    std::size_t o = compared(old_lines, 0);
+    std::size_t n = compared(new_lines, 0);
+    for (; o < old_lines.size() || n < new_lines.size(); o = compared(old_lines, o + 1), n = compared(new_lines, n + 1)) {
+        if (o >= old_lines.size() || n >= new_lines.size()) {
+            return "MOPAC would read the edited text in " + std::to_string(new_lines.size()) + " lines, not " +
+                   std::to_string(old_lines.size());
         }
-        const JobLine& old_line = before.lines()[old_lines[n]];
-        const JobLine& new_line = after.lines()[new_lines[n]];
-        const std::size_t number = old_lines[n] + 1;
+        const JobLine old_line = old_lines[o];
+        const JobLine new_line = new_lines[n];
+        const std::size_t number = o + 1;
         if (old_line.role != new_line.role || old_line.job != new_line.job) {
             return "MOPAC would read line " + std::to_string(number) + " otherwise after this edit";
         }
         const bool head_text = old_line.role == LineRole::title || old_line.role == LineRole::description ||
                                old_line.role == LineRole::keywords;
-        if (!head_text && (before.line_text(number) != after.line_text(new_lines[n] + 1) || old_line.end != new_line.end)) {
+        if (!head_text && (before.line_text(number) != after.line_text(n + 1) || old_line.end != new_line.end)) {
             return "the edit would change line " + std::to_string(number) + ", which holds no keywords";
         }
     }

@@ -81,7 +81,7 @@ void JobReader::read_gaussian_variables(const Job& current, std::size_t job_inde
     detail::ParsedAtom atom;
     std::size_t before = 0;
     for (std::size_t i = current.geometry_begin; i < current.geometry_end; ++i) {
-        if (job_.lines_[i].role != LineRole::geometry) continue;
+        if (job_.lines_.role(i) != LineRole::geometry) continue;
         issues.clear();
         detail::read_gaussian_line(view(i), before++, &variables, atom, issues);
         for (const detail::LineIssue& issue : issues) {

@@ -19,26 +19,21 @@ namespace vesk::input::mopac {
 using detail::Issue;
 
 bool JobReader::reread_heads(const MopacJob& before, std::string& text, const std::vector<std::size_t>& changed) {
-    const std::vector<JobLine>& old_lines = before.lines_;
+    const JobLines& old_lines = before.lines_;
     // An .arc file, a data pointer or findings over the listed limit are read whole.
     if (before.options_.arc || before.jobs_.empty() || before.jobs_[0].source == GeometrySource::data_pointer ||
         before.diagnostics_.size() >= detail::listed_diagnostics) {
         return false;
     }
-    std::vector<JobLine> lines = detail::cut_mopac_lines(text);
-    if (lines.size() != old_lines.size()) return false;
-    for (std::size_t i = 0; i < lines.size(); ++i) {
-        if (lines[i].end != old_lines[i].end) return false;
-        lines[i].role = old_lines[i].role;
-        lines[i].job = old_lines[i].job;
-    }
+    JobLines lines = detail::cut_mopac_lines(text);
+    if (!lines.take_marks(old_lines)) return false;
     // Each changed line keeps what the line cutting and the job loop see of it.
     std::string scratch;
     std::vector<bool> job_changed(before.jobs_.size(), false);
     for (const std::size_t i : changed) {
-        const LineRole role = old_lines[i].role;
-        const std::string_view old_text = std::string_view(before.text_).substr(old_lines[i].offset, old_lines[i].length);
-        const std::string_view new_text = std::string_view(text).substr(lines[i].offset, lines[i].length);
+        const LineRole role = old_lines.role(i);
+        const std::string_view old_text = std::string_view(before.text_).substr(old_lines.offset(i), old_lines.length(i));
+        const std::string_view new_text = std::string_view(text).substr(lines.offset(i), lines.length(i));
         if ((role != LineRole::keywords && role != LineRole::title && role != LineRole::description) ||
             old_text.size() >= detail::mopac_line_limit || new_text.size() >= detail::mopac_line_limit ||
             (!new_text.empty() && new_text[0] == '*') ||
@@ -52,7 +47,7 @@ bool JobReader::reread_heads(const MopacJob& before, std::string& text, const st
         // a blank geometry looks ahead for an .arc marker, and a geometry
         // read as MOPAC's own until PDB or Gaussian lines turn up looks
         // ahead of where it ends.
-        const std::size_t k = old_lines[i].job;
+        const std::size_t k = old_lines.job(i);
         if (detail::holds_arc_marker(new_text) != detail::holds_arc_marker(old_text) ||
             detail::contains_upper(new_text, "MICROS") != detail::contains_upper(old_text, "MICROS") ||
             detail::numbers_only(detail::mopac_view(new_text, scratch), false) ||
@@ -71,7 +66,7 @@ bool JobReader::reread_heads(const MopacJob& before, std::string& text, const st
     job_.placed_ = before.placed_;
     end_of_data_ = 0;
     for (std::size_t i = job_.lines_.size(); i-- > 0 && end_of_data_ == 0;) {
-        if (job_.lines_[i].role != LineRole::comment && job_.lines_[i].role != LineRole::lost) end_of_data_ = i + 1;
+        if (job_.lines_.role(i) != LineRole::comment && job_.lines_.role(i) != LineRole::lost) end_of_data_ = i + 1;
     }
     const auto give_back = [&] {
         text = std::move(job_.text_);
@@ -110,8 +105,8 @@ bool JobReader::reread_heads(const MopacJob& before, std::string& text, const st
         // The head takes the same lines again, in the same roles.
         const std::size_t first = old_job.first_keyword_line - 1;
         std::size_t behind = first;
-        for (std::size_t i = first; i < old_lines.size() && old_lines[i].job == k; ++i) {
-            const LineRole role = old_lines[i].role;
+        for (std::size_t i = first; i < old_lines.size() && old_lines.job(i) == k; ++i) {
+            const LineRole role = old_lines.role(i);
             if (role == LineRole::keywords || role == LineRole::title || role == LineRole::description) behind = i + 1;
         }
         next_ = first;
@@ -123,7 +118,7 @@ bool JobReader::reread_heads(const MopacJob& before, std::string& text, const st
             return give_back();
         }
         for (std::size_t i = first; i < behind; ++i) {
-            if (job_.lines_[i].role != old_lines[i].role) return give_back();
+            if (job_.lines_.role(i) != old_lines.role(i)) return give_back();
         }
         // Nothing the reading of the geometry consults may change, as written.
         const auto steering = [](const MopacJob& job, const Job& of) {

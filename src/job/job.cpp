@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <iterator>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -35,8 +36,12 @@ std::optional<std::string> Job::keyword_value(std::string_view name) const {
 
 std::string_view MopacJob::line_text(std::size_t number) const noexcept {
     if (number == 0 || number > lines_.size()) return {};
-    const JobLine& line = lines_[number - 1];
-    return std::string_view(text_).substr(line.offset, line.length);
+    return std::string_view(text_).substr(lines_.offset(number - 1), lines_.length(number - 1));
+}
+
+JobLine JobLines::at(std::size_t index) const {
+    if (index >= size()) throw std::out_of_range("line index " + std::to_string(index) + " past the last line");
+    return (*this)[index];
 }
 
 bool MopacJob::has_errors() const noexcept {

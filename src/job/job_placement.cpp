@@ -114,7 +114,7 @@ namespace {
 template <class Visit>
 void visit_atom_lines(const MopacJob& job, std::size_t job_index, Visit&& visit) {
     const Job& current = job.jobs()[job_index];
-    const std::vector<JobLine>& lines = job.lines();
+    const JobLines& lines = job.lines();
     const bool gaussian = current.source == GeometrySource::gaussian;
     const bool pdb = current.source == GeometrySource::pdb;
     if (!gaussian && !pdb && current.source != GeometrySource::inline_text) return;
@@ -156,7 +156,7 @@ void visit_atom_lines(const MopacJob& job, std::size_t job_index, Visit&& visit)
 }
 
 bool has_symmetry_lines(const MopacJob& job, std::size_t job_index) {
-    const std::vector<JobLine>& lines = job.lines();
+    const JobLines& lines = job.lines();
     for (std::size_t i = job.jobs()[job_index].geometry_end; i < lines.size() && lines[i].job == job_index; ++i) {
         if (lines[i].role == LineRole::symmetry) return true;
     }
@@ -167,7 +167,7 @@ void apply_job_symmetry(const MopacJob& job, std::size_t job_index, std::vector<
                         std::vector<SymmetryFault>* faults) {
     const Job& current = job.jobs()[job_index];
     if (!uses_symmetry(current)) return;
-    const std::vector<JobLine>& lines = job.lines();
+    const JobLines& lines = job.lines();
     std::string scratch;
     double depvar = 1.0;
     if (const auto value = current.keyword_value("DEPVAR"); value && !value->empty()) {

@@ -107,7 +107,7 @@ void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
         }
         if (!all_cartesian) keep(atom, index);
         if (all_cartesian && cartesian_kept) {
-            cartesian_bytes += job_.lines_[index].length + 1;
+            cartesian_bytes += job_.lines_.length(index) + 1;
             cartesian_kept = atom.atomic_number != 0 &&
                              (cartesian.positions.size() + 1) * (sizeof(double) * 3 + 1) <= 4 * cartesian_bytes + 4096;
             if (cartesian_kept) {
@@ -170,7 +170,7 @@ bool JobReader::skip_to_arc_geometry(Job& current, std::size_t job_index) {
     const std::size_t head_start = next_;
     Job arc_head;
     if (!at_end()) read_head(arc_head, job_index);
-    for (std::size_t i = head_start; i < next_; i = data_from(i + 1)) job_.lines_[i].role = LineRole::skipped;
+    for (std::size_t i = head_start; i < next_; i = data_from(i + 1)) job_.lines_.set_role(i, LineRole::skipped);
     current.geometry_begin = position();
     return true;
 }
@@ -214,7 +214,7 @@ void JobReader::start_keeping() {
 void JobReader::keep_lines(const detail::GeometrySettings& settings, std::size_t from, std::size_t to) {
     // Room for every line left at once, within the budget keep() allows: a
     // large Z-matrix is not copied over and over as the vectors grow.
-    const std::size_t bytes_left = job_.text_.size() - job_.lines_[from].offset;
+    const std::size_t bytes_left = job_.text_.size() - job_.lines_.offset(from);
     kept_.reserve(std::min(end_of_data_ - from, (4 * bytes_left + 4096) / sizeof(detail::ParsedAtom)));
     detail::GeometryLineReader reader(settings);
     detail::ParsedAtom atom;
@@ -230,7 +230,7 @@ void JobReader::keep_lines(const detail::GeometrySettings& settings, std::size_t
 // their lines: a geometry of tiny lines is read again when it is needed.
 void JobReader::keep(const detail::ParsedAtom& atom, std::size_t line_index) {
     if (!kept_all_) return;
-    kept_bytes_ += job_.lines_[line_index].length + 1;
+    kept_bytes_ += job_.lines_.length(line_index) + 1;
     if ((kept_.size() + 1) * sizeof(detail::ParsedAtom) > 4 * kept_bytes_ + 4096) {
         kept_all_ = false;
         std::vector<detail::ParsedAtom>().swap(kept_);

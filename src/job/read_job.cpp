@@ -64,7 +64,7 @@ void JobReader::read(std::string&& text, const ReadOptions& options) {
     job_.text_ = std::move(text);
     job_.options_ = options;
     job_.lines_ = detail::cut_mopac_lines(job_.text_);
-    std::vector<JobLine>& lines = job_.lines_;
+    JobLines& lines = job_.lines_;
     if (lines.empty()) return;
 
     // A first line with DATA= (a comment line too) points to the real data set.
@@ -78,8 +78,8 @@ void JobReader::read(std::string&& text, const ReadOptions& options) {
         std::size_t end = at;
         while (end < first.size() && first[end] != ' ' && first[end] != '\t') ++end;
         pointer.source_name.assign(first.substr(at, end - at));
-        for (JobLine& line : lines) line.role = LineRole::skipped;
-        lines[0].role = LineRole::keywords;
+        for (std::size_t i = 0; i < lines.size(); ++i) lines.set_role(i, LineRole::skipped);
+        lines.set_role(0, LineRole::keywords);
         report_line(Issue::data_pointer, 0, pointer.source_name);
         job_.jobs_.push_back(std::move(pointer));
         return;
@@ -89,20 +89,20 @@ void JobReader::read(std::string&& text, const ReadOptions& options) {
     if (options.arc) {
         std::size_t marker = lines.size();
         for (std::size_t i = 0; i < lines.size() && marker == lines.size(); ++i) {
-            if (lines[i].role != LineRole::lost && detail::holds_arc_marker(raw(i))) marker = i;
+            if (lines.role(i) != LineRole::lost && detail::holds_arc_marker(raw(i))) marker = i;
         }
         if (marker == lines.size()) {
             report_line(Issue::no_arc_marker, 0);
         } else {
-            for (std::size_t i = 0; i <= marker; ++i) lines[i].role = LineRole::skipped;
+            for (std::size_t i = 0; i <= marker; ++i) lines.set_role(i, LineRole::skipped);
             start = marker + 1;
         }
     }
     first_data_ = start;
     for (std::size_t i = start; i < lines.size(); ++i) {
-        if (lines[i].role == LineRole::lost) continue;
+        if (lines.role(i) == LineRole::lost) continue;
         if (!raw(i).empty() && raw(i)[0] == '*') {
-            lines[i].role = LineRole::comment;
+            lines.set_role(i, LineRole::comment);
             continue;
         }
         end_of_data_ = i + 1;
@@ -144,22 +144,24 @@ void JobReader::read_jobs() {
 // The jobs of the lines nobody took, the findings on whole lines, and the
 // findings in line order.
 void JobReader::finish() {
-    std::vector<JobLine>& lines = job_.lines_;
+    JobLines& lines = job_.lines_;
     // Blank lines behind the last job, and lines before it such as comments,
     // belong to the last job.
     const auto last_job = static_cast<std::uint32_t>(job_.jobs_.empty() ? 0 : job_.jobs_.size() - 1);
-    for (std::size_t i = next_; i < end_of_data_; i = data_from(i + 1)) lines[i].job = last_job;
+    for (std::size_t i = next_; i < end_of_data_; i = data_from(i + 1)) lines.set_job(i, last_job);
     for (std::size_t i = lines.size(); i-- > 0;) {
-        if (lines[i].role == LineRole::trailing || lines[i].role == LineRole::comment || lines[i].role == LineRole::lost) {
-            lines[i].job = i + 1 < lines.size() ? lines[i + 1].job : last_job;
+        const LineRole role = lines.role(i);
+        if (role == LineRole::trailing || role == LineRole::comment || role == LineRole::lost) {
+            lines.set_job(i, i + 1 < lines.size() ? lines.job(i + 1) : last_job);
         }
     }
     for (std::size_t i = 0; i < lines.size(); ++i) {
         // MOPAC reads the first 2000 bytes as they stand, tabs unexpanded.
-        if (lines[i].length > detail::mopac_line_limit && lines[i].role != LineRole::lost) {
+        const LineRole role = lines.role(i);
+        if (role != LineRole::lost && lines.length(i) > detail::mopac_line_limit) {
             report_at_column(Issue::line_too_long, i, detail::mopac_line_limit + 1);
         }
-        if (lines[i].role == LineRole::lost && (i == 0 || lines[i - 1].role != LineRole::lost)) {
+        if (role == LineRole::lost && (i == 0 || lines.role(i - 1) != LineRole::lost)) {
             report_line(Issue::lines_lost, i);
         }
     }
@@ -175,14 +177,13 @@ void JobReader::finish() {
 }
 
 std::string_view JobReader::raw(std::size_t line_index) const noexcept {
-    const JobLine& line = job_.lines_[line_index];
-    return std::string_view(job_.text_).substr(line.offset, line.length);
+    return std::string_view(job_.text_).substr(job_.lines_.offset(line_index), job_.lines_.length(line_index));
 }
 
 bool JobReader::is_data(std::size_t line_index) const noexcept {
     // take() never gives a line the role of a comment or a lost line, so a
     // line read already still counts.
-    const LineRole role = job_.lines_[line_index].role;
+    const LineRole role = job_.lines_.role(line_index);
     return line_index >= first_data_ && role != LineRole::comment && role != LineRole::lost;
 }
 
@@ -199,8 +200,8 @@ std::string_view JobReader::view(std::size_t line_index) { return detail::mopac_
 std::size_t JobReader::take(LineRole role, std::size_t job_index) {
     const std::size_t index = next_;
     next_ = data_from(next_ + 1);
-    job_.lines_[index].role = role;
-    job_.lines_[index].job = static_cast<std::uint32_t>(job_index);
+    job_.lines_.set_role(index, role);
+    job_.lines_.set_job(index, static_cast<std::uint32_t>(job_index));
     return index;
 }
 

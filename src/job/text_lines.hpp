@@ -24,7 +24,7 @@ inline constexpr std::size_t keyword_string_limit = 3000;
 /// "a\r\rb\n" is "a", "", "b". A line of mopac_line_limit bytes or more takes
 /// the lines behind it up to the next LF with it: those get the role `lost`.
 /// Every other line gets the role `trailing`, for the reader to change.
-std::vector<JobLine> cut_mopac_lines(std::string_view text);
+JobLines cut_mopac_lines(std::string_view text);
 
 /// A line as MOPAC holds it: its first mopac_line_limit bytes, tabs expanded
 /// to 8-column stops, bytes 0xC2 and 0xA0 turned into blanks. A view of

@@ -1,6 +1,7 @@
 // Whole-token number conversion with the answers of strtod/strtol, locale-free.
 #include "text/numbers.hpp"
 
+#include <cfloat>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -21,6 +22,27 @@ bool is_subnormal(double magnitude) noexcept;
 bool decimal_equals(const char* first, const char* last, double magnitude) noexcept;
 bool hex_equals(const char* first, const char* last, double magnitude) noexcept;
 
+// The digits of a decimal number as they are scanned: up to 19 significant
+// digits as an integer, and the power of ten that scales them.
+struct DecimalDigits {
+    std::uint64_t mantissa = 0;
+    int significant = 0;
+    long power = 0;
+    bool overflow = false;  // more significant digits than the mantissa holds
+
+    void add(char digit, bool fraction) noexcept {
+        if (fraction) --power;
+        if (mantissa == 0 && digit == '0') return;
+        if (significant == 19) {
+            overflow = true;
+            return;
+        }
+        mantissa = mantissa * 10 + static_cast<std::uint64_t>(digit - '0');
+        ++significant;
+    }
+    bool exact(long exponent, double& magnitude) const noexcept;
+};
+
 }  // namespace
 
 bool parse_double_token(std::string_view token, double& value) noexcept {
@@ -35,6 +57,32 @@ bool parse_double_token(std::string_view token, double& value) noexcept {
         ++first;
     }
     if (first == last || *first == '+' || *first == '-') return false;
+
+    // Most tokens are plain decimals of a few digits: converted as they are
+    // scanned, with the answer a full conversion gives.
+    {
+        DecimalDigits digits;
+        const char* p = first;
+        bool any = false;
+        for (; p != last && is_digit(*p); ++p, any = true) digits.add(*p, false);
+        if (p != last && *p == '.') {
+            for (++p; p != last && is_digit(*p); ++p, any = true) digits.add(*p, true);
+        }
+        long exponent = 0;
+        if (any && p != last && (*p == 'e' || *p == 'E')) {
+            const char* e = p + 1;
+            if (e != last && (*e == '+' || *e == '-')) ++e;
+            if (e != last && is_digit(*e)) {
+                exponent = read_exponent(p + 1, last);
+                for (p = e; p != last && is_digit(*p);) ++p;
+            }
+        }
+        double magnitude = 0.0;
+        if (any && p == last && digits.exact(exponent, magnitude)) {
+            value = negative ? -magnitude : magnitude;
+            return true;
+        }
+    }
 
     double magnitude = 0.0;
     const char* end = nullptr;
@@ -86,31 +134,33 @@ bool read_number_in_line(std::string_view text, std::size_t from, double& value,
     for (std::size_t start = from; start < n; ++start) {
         std::size_t i = start;
         if (text[i] == '+' || text[i] == '-') ++i;
+        DecimalDigits scanned;
         const std::size_t integer_begin = i;
-        while (i < n && is_digit(text[i])) ++i;
-        const std::size_t integer_end = i;
+        for (; i < n && is_digit(text[i]); ++i) scanned.add(text[i], false);
         bool digits = i > integer_begin;
         if (i < n && text[i] == '.') {
             const std::size_t fraction_begin = ++i;
-            while (i < n && is_digit(text[i])) ++i;
+            for (; i < n && is_digit(text[i]); ++i) scanned.add(text[i], true);
             digits = digits || i > fraction_begin;
         }
         if (!digits) continue;  // no number starts here: look further on
         const std::size_t mantissa_end = i;
+        long exponent = 0;
         if (i < n && (text[i] == 'E' || text[i] == 'e' || text[i] == 'D' || text[i] == 'd')) {
             std::size_t k = i + 1;
             if (k < n && (text[k] == '+' || text[k] == '-')) ++k;
             const std::size_t exponent_begin = k;
             while (k < n && is_digit(text[k])) ++k;
-            if (k > exponent_begin) i = k;
+            if (k > exponent_begin) {
+                exponent = read_exponent(text.data() + i + 1, text.data() + k);
+                i = k;
+            }
         }
         end = i;
-        // Whole numbers of up to 15 digits are exact in a double: the flags
-        // and atom numbers of a geometry line need no general conversion.
-        if (integer_end == i && i - integer_begin <= 15) {
-            long long whole = 0;
-            for (std::size_t k = integer_begin; k < i; ++k) whole = whole * 10 + (text[k] - '0');
-            value = text[start] == '-' ? -static_cast<double>(whole) : static_cast<double>(whole);
+        const bool negative = text[start] == '-';
+        double magnitude = 0.0;
+        if (scanned.exact(exponent, magnitude)) {
+            value = negative ? -magnitude : magnitude;
             return true;
         }
         // std::from_chars reads neither a leading '+' nor a 'D' exponent.
@@ -132,7 +182,6 @@ bool read_number_in_line(std::string_view text, std::size_t from, double& value,
         }
         const auto result = std::from_chars(first, first + number.size(), value, std::chars_format::general);
         if (result.ec == std::errc::result_out_of_range) {
-            const bool negative = number[0] == '-';
             const bool huge = mark >= number.size() || read_exponent(first + mark + 1, first + number.size()) > 0;
             value = huge ? (negative ? -HUGE_VAL : HUGE_VAL) : (negative ? -0.0 : 0.0);
         }
@@ -175,6 +224,26 @@ const char* hex_number_end(const char* digits, const char* last) noexcept {
     if (exponent == last || !is_digit(*exponent)) return p;
     while (exponent != last && is_digit(*exponent)) ++exponent;
     return exponent;
+}
+
+// Clinger's fast path: an integer of at most 2^53 scaled by a power of ten
+// within +-22, both exact in a double, is rounded once by the one
+// multiplication or division, which is the correctly rounded answer every
+// full conversion gives. Anything else is left to std::from_chars.
+bool DecimalDigits::exact(long exponent, double& magnitude) const noexcept {
+#if FLT_EVAL_METHOD == 0
+    static constexpr double powers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                                        1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    const long scale = exponent + power;
+    if (overflow || mantissa > (std::uint64_t{1} << 53) || scale < -22 || scale > 22) return false;
+    const auto m = static_cast<double>(mantissa);
+    magnitude = scale < 0 ? m / powers[-scale] : m * powers[scale];
+    return true;
+#else
+    (void)exponent;
+    (void)magnitude;
+    return false;
+#endif
 }
 
 bool is_subnormal(double magnitude) noexcept {

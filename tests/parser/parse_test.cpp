@@ -166,6 +166,10 @@ TEST(number_tokens, agree_with_stod_and_stoi) {
         } else if (i % 6 == 2) {  // near and below the smallest normal double
             token = std::to_string(pick(10)) + "." + std::to_string(pick(1000000000)) + "e-" +
                     std::to_string(300 + pick(30));
+        } else if (i % 6 == 0) {  // plain decimals around the limits of the exact fast conversion
+            token = (pick(3) == 0 ? "-" : "") + std::to_string(random() >> pick(64));
+            token.insert(token.size() - pick(token.size()), ".");
+            if (pick(2) == 0) token += "e" + std::to_string(static_cast<int>(pick(60)) - 30);
         } else if (i % 6 == 5) {  // the same in hexadecimal, sometimes with a sign pair that strtod stops at
             char hex[64];
             std::snprintf(hex, sizeof hex, "0x%zx.%llxp%s%zu", pick(4096),
@@ -178,6 +182,13 @@ TEST(number_tokens, agree_with_stod_and_stoi) {
         double mine = -7.0, theirs = -7.0;
         ASSERT_EQ(detail::parse_double_token(token, mine), reference(token, theirs, stod)) << token;
         ASSERT_TRUE(std::memcmp(&mine, &theirs, sizeof mine) == 0 || (std::isnan(mine) && std::isnan(theirs))) << token;
+        if (i >= tokens.size() && i % 6 == 0) {  // MOPAC's own reading of the same number, with a Fortran exponent
+            std::string fortran = token;
+            for (char& c : fortran) c = c == 'e' ? 'D' : c;
+            std::size_t end = 0;
+            ASSERT_TRUE(detail::read_number_in_line(fortran, 0, mine, end) && end == fortran.size()) << fortran;
+            ASSERT_TRUE(std::memcmp(&mine, &theirs, sizeof mine) == 0) << fortran;
+        }
         int mine_int = -7, their_int = -7;
         ASSERT_EQ(detail::parse_int_token(token, mine_int), reference(token, their_int, stoi)) << token;
         ASSERT_EQ(mine_int, their_int) << token;

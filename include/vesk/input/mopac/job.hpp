@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -54,6 +55,134 @@ inline bool operator==(const JobLine& a, const JobLine& b) noexcept {
     return a.offset == b.offset && a.length == b.length && a.end == b.end && a.role == b.role && a.job == b.job;
 }
 inline bool operator!=(const JobLine& a, const JobLine& b) noexcept { return !(a == b); }
+
+/// The lines of a text, 9 bytes a line: where each starts, how it ends, its
+/// role and its job. Each is handed out as a JobLine value; a line's length
+/// is where the next one starts, less its line end.
+class JobLines {
+public:
+    using value_type = JobLine;
+    using size_type = std::size_t;
+
+    /// A random-access iterator that yields JobLine values.
+    class const_iterator {
+    public:
+        using iterator_category = std::random_access_iterator_tag;
+        using value_type = JobLine;
+        using difference_type = std::ptrdiff_t;
+        using pointer = void;
+        using reference = JobLine;
+
+        const_iterator() = default;
+        JobLine operator*() const noexcept { return (*lines_)[index_]; }
+        JobLine operator[](difference_type n) const noexcept { return *(*this + n); }
+        const_iterator& operator++() noexcept { ++index_; return *this; }
+        const_iterator operator++(int) noexcept { const_iterator old = *this; ++index_; return old; }
+        const_iterator& operator--() noexcept { --index_; return *this; }
+        const_iterator operator--(int) noexcept { const_iterator old = *this; --index_; return old; }
+        const_iterator& operator+=(difference_type n) noexcept { index_ = static_cast<std::size_t>(static_cast<difference_type>(index_) + n); return *this; }
+        const_iterator& operator-=(difference_type n) noexcept { return *this += -n; }
+        friend const_iterator operator+(const_iterator it, difference_type n) noexcept { return it += n; }
+        friend const_iterator operator+(difference_type n, const_iterator it) noexcept { return it += n; }
+        friend const_iterator operator-(const_iterator it, difference_type n) noexcept { return it -= n; }
+        friend difference_type operator-(const const_iterator& a, const const_iterator& b) noexcept {
+            return static_cast<difference_type>(a.index_) - static_cast<difference_type>(b.index_);
+        }
+        friend bool operator==(const const_iterator& a, const const_iterator& b) noexcept { return a.index_ == b.index_; }
+        friend bool operator!=(const const_iterator& a, const const_iterator& b) noexcept { return a.index_ != b.index_; }
+        friend bool operator<(const const_iterator& a, const const_iterator& b) noexcept { return a.index_ < b.index_; }
+        friend bool operator>(const const_iterator& a, const const_iterator& b) noexcept { return a.index_ > b.index_; }
+        friend bool operator<=(const const_iterator& a, const const_iterator& b) noexcept { return a.index_ <= b.index_; }
+        friend bool operator>=(const const_iterator& a, const const_iterator& b) noexcept { return a.index_ >= b.index_; }
+
+    private:
+        friend class JobLines;
+        const_iterator(const JobLines* lines, std::size_t index) noexcept : lines_(lines), index_(index) {}
+        const JobLines* lines_ = nullptr;
+        std::size_t index_ = 0;
+    };
+
+    std::size_t size() const noexcept { return starts_.size(); }
+    bool empty() const noexcept { return starts_.empty(); }
+    /// The line at `index` (0-based), which must be below size().
+    JobLine operator[](std::size_t index) const noexcept {
+        return JobLine{offset(index), length(index), end(index), role(index), jobs_[index]};
+    }
+    /// The same, checked: std::out_of_range past the last line.
+    VESK_MOPAC_API JobLine at(std::size_t index) const;
+    JobLine front() const noexcept { return (*this)[0]; }
+    JobLine back() const noexcept { return (*this)[size() - 1]; }
+    const_iterator begin() const noexcept { return {this, 0}; }
+    const_iterator end() const noexcept { return {this, size()}; }
+
+    /// The parts of a line without building the whole JobLine.
+    std::size_t offset(std::size_t index) const noexcept {
+        std::size_t high = 0;
+        if (!wraps_.empty()) {  // texts of 4 GiB and more: the lines from which offsets are 2^32 further on
+            for (std::size_t wrap : wraps_) high += wrap <= index;
+        }
+        return static_cast<std::size_t>((std::uint64_t{high} << 32) + starts_[index]);
+    }
+    std::size_t length(std::size_t index) const noexcept {
+        const std::size_t next = index + 1 < size() ? offset(index + 1) : text_size_;
+        return next - offset(index) - end_bytes(end(index));
+    }
+    LineEnd end(std::size_t index) const noexcept { return static_cast<LineEnd>(kinds_[index] & 3U); }
+    LineRole role(std::size_t index) const noexcept { return static_cast<LineRole>(kinds_[index] >> 2); }
+    std::uint32_t job(std::size_t index) const noexcept { return jobs_[index]; }
+
+    /// Member-wise comparison.
+    friend bool operator==(const JobLines& a, const JobLines& b) noexcept {
+        return a.text_size_ == b.text_size_ && a.starts_ == b.starts_ && a.wraps_ == b.wraps_ && a.kinds_ == b.kinds_ &&
+               a.jobs_ == b.jobs_;
+    }
+    friend bool operator!=(const JobLines& a, const JobLines& b) noexcept { return !(a == b); }
+
+    // The reading builds and marks the lines.
+    /// Appends a line that starts at `offset` and ends with `end`, role trailing.
+    void push_back(std::size_t offset, LineEnd end) {
+        for (const std::uint64_t high = static_cast<std::uint64_t>(offset) >> 32; last_high_ < high; ++last_high_) {
+            wraps_.push_back(starts_.size());
+        }
+        starts_.push_back(static_cast<std::uint32_t>(offset));
+        kinds_.push_back(static_cast<std::uint8_t>(static_cast<unsigned>(end) |
+                                                   static_cast<unsigned>(LineRole::trailing) << 2));
+        jobs_.push_back(0);
+    }
+    /// Room for `lines` lines.
+    void reserve(std::size_t lines) {
+        starts_.reserve(lines);
+        kinds_.reserve(lines);
+        jobs_.reserve(lines);
+    }
+    /// The size of the text the lines cut: the last line ends there.
+    void set_text_size(std::size_t size) noexcept { text_size_ = size; }
+    void set_role(std::size_t index, LineRole role) noexcept {
+        kinds_[index] = static_cast<std::uint8_t>((kinds_[index] & 3U) | static_cast<unsigned>(role) << 2);
+    }
+    void set_job(std::size_t index, std::uint32_t job) noexcept { jobs_[index] = job; }
+    /// Takes the roles and jobs of `other`, whose lines must end as these do
+    /// (else false, nothing taken): the lines of a text edited within its lines.
+    bool take_marks(const JobLines& other) {
+        if (other.kinds_.size() != kinds_.size()) return false;
+        for (std::size_t i = 0; i < kinds_.size(); ++i) {
+            if (((other.kinds_[i] ^ kinds_[i]) & 3U) != 0) return false;
+        }
+        kinds_ = other.kinds_;
+        jobs_ = other.jobs_;
+        return true;
+    }
+
+private:
+    static std::size_t end_bytes(LineEnd end) noexcept { return end == LineEnd::crlf ? 2 : (end == LineEnd::none ? 0 : 1); }
+
+    std::vector<std::uint32_t> starts_;  // offsets, their low 32 bits
+    std::vector<std::size_t> wraps_;     // where the high bits go up by one
+    std::vector<std::uint8_t> kinds_;    // LineEnd in bits 0-1, LineRole from bit 2
+    std::vector<std::uint32_t> jobs_;
+    std::size_t text_size_ = 0;
+    std::uint64_t last_high_ = 0;
+};
 
 /// How sure a diagnostic is that the run goes wrong.
 enum class Severity : std::uint8_t {
@@ -225,7 +354,7 @@ public:
     /// The options it was read with.
     const ReadOptions& options() const noexcept { return options_; }
     /// Every line of the file with what MOPAC makes of it.
-    const std::vector<JobLine>& lines() const noexcept { return lines_; }
+    const JobLines& lines() const noexcept { return lines_; }
     /// The text of a line (1-based number), without its line end.
     VESK_MOPAC_API std::string_view line_text(std::size_t number) const noexcept;
     /// The jobs of the file, in the order MOPAC runs them; empty for an empty text.
@@ -255,7 +384,7 @@ private:
     };
     std::string text_;
     ReadOptions options_;
-    std::vector<JobLine> lines_;
+    JobLines lines_;
     std::vector<Job> jobs_;
     std::vector<Diagnostic> diagnostics_;
     std::vector<Placed> placed_;
