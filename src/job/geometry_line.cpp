@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cmath>
+#include <cstring>
 
 #include "text/bytes.hpp"
 #include "job/elements.hpp"
@@ -47,41 +48,49 @@ LineKind GeometryLineReader::read(std::string_view view, std::size_t atoms_befor
 
     // Commas are blanks; the label is cut out without leaving a blank, so
     // "Cl(on C5)34.96885" reads as "Cl34.96885". Case matters nowhere below:
-    // symbols are looked up in any case, numbers take e, E, d and D.
-    line_.resize(view_.size());
-    for (std::size_t i = 0; i < view_.size(); ++i) line_[i] = view_[i] == ',' ? ' ' : view_[i];
+    // symbols are looked up in any case, numbers take e, E, d and D. A line
+    // with neither is read where it stands.
     label_at_ = std::string::npos;
     label_size_ = 0;
-    const std::size_t open = line_.find('(');
-    if (open != std::string::npos) {
-        std::size_t close = line_.find(')', open);
-        if (close == std::string::npos) {
-            report(Issue::missing_parenthesis, open);
-            close = line_.size();
+    text_ = view_;
+    if (!split_fields(true)) {
+        const bool commas = std::memchr(view_.data(), ',', view_.size()) != nullptr;
+        const std::size_t open = view_.find('(');
+        line_.assign(view_.data(), view_.size());
+        if (commas) {
+            for (char& c : line_) c = c == ',' ? ' ' : c;
         }
-        label_ = view_.substr(open + 1, close - open - 1);
-        label_at_ = open;
-        label_size_ = std::min(close + 1, line_.size()) - open;
-        line_.erase(open, label_size_);
-        if (label_.size() > longest_label && !has_pdb_words(view_)) {
-            report(Issue::label_too_long, open, std::string(label_));
+        if (open != std::string_view::npos) {
+            std::size_t close = line_.find(')', open);
+            if (close == std::string::npos) {
+                report(Issue::missing_parenthesis, open);
+                close = line_.size();
+            }
+            label_ = view_.substr(open + 1, close - open - 1);
+            label_at_ = open;
+            label_size_ = std::min(close + 1, line_.size()) - open;
+            line_.erase(open, label_size_);
+            if (label_.size() > longest_label && !has_pdb_words(view_)) {
+                report(Issue::label_too_long, open, std::string(label_));
+            }
+            if (last_label_length_ == pdb_label_length && label_.size() != pdb_label_length && !settings_.geo_ok) {
+                report(Issue::label_length_changes, open, std::to_string(label_.size()) + " characters");
+            }
+            last_label_length_ = label_.size();
         }
-        if (last_label_length_ == pdb_label_length && label_.size() != pdb_label_length && !settings_.geo_ok) {
-            report(Issue::label_length_changes, open, std::to_string(label_.size()) + " characters");
-        }
-        last_label_length_ = label_.size();
+        text_ = line_;
+        split_fields(false);
     }
-    split_fields();
-    atom.field_count = static_cast<std::uint32_t>(fields_.size());  // a line holds at most a few thousand
-    if (fields_.empty()) {
+    atom.field_count = static_cast<std::uint32_t>(field_count_);
+    if (field_count_ == 0) {
         report(Issue::unknown_element, 0, "\"\"");
         return LineKind::atom;
     }
 
     const auto field = [this](std::size_t k) {  // 1-based
-        return std::string_view(line_).substr(fields_[k - 1].begin, fields_[k - 1].end - fields_[k - 1].begin);
+        return text_.substr(fields_[k - 1].begin, fields_[k - 1].end - fields_[k - 1].begin);
     };
-    const std::size_t count = fields_.size();
+    const std::size_t count = field_count_;
 
     // "x y z El": three numbers and a symbol of one or two letters.
     if (count == 4 && !has_letter(field(1)) && field(4).size() <= 2 && is_letter(field(4)[0]) &&
@@ -226,24 +235,43 @@ void GeometryLineReader::mark_written_short(ParsedAtom& atom, std::size_t atoms_
 
 // Fields are separated by blanks; a '-' inside a field, other than behind an
 // exponent's E or D or another sign, starts a new one ("1.0-2.0" is two
-// numbers, "--" is one sparkle); a field that opens with '"' runs to the closing '"'.
-void GeometryLineReader::split_fields() {
-    fields_.clear();
-    const std::size_t n = line_.size();
+// numbers, "--" is one sparkle); a field that opens with '"' runs to the
+// closing '"'. With `plain_only`, false as soon as a comma, a '(' or a '"'
+// shows that the line must be rewritten first.
+bool GeometryLineReader::split_fields(bool plain_only) {
+    // What ends the bytes of a field: 1 a blank, 2 a '-', 3 a comma or parenthesis.
+    static constexpr auto kinds = [] {
+        std::array<unsigned char, 256> table{};
+        table[' '] = 1;
+        table['-'] = 2;
+        table[','] = table['('] = table['"'] = 3;
+        return table;
+    }();
+    const auto kind = [](char c) { return kinds[static_cast<unsigned char>(c)]; };
+    const char* const data = text_.data();
+    const std::size_t n = text_.size();  // at most geometry_line_limit: each field takes a byte
+    std::size_t count = 0;
     std::size_t i = 0;
     while (i < n) {
-        while (i < n && line_[i] == ' ') ++i;
+        while (i < n && data[i] == ' ') ++i;
         if (i == n) break;
         const std::size_t begin = i;
-        if (line_[i] == '"') {
-            const std::size_t close = line_.find('"', i + 1);
-            i = close == std::string::npos ? n : close + 1;
+        if (plain_only && kind(data[i]) == 3) return false;
+        if (data[i] == '"') {
+            const std::size_t close = text_.find('"', i + 1);
+            i = close == std::string_view::npos ? n : close + 1;
         } else {
-            ++i;
-            while (i < n && line_[i] != ' ' && !(line_[i] == '-' && !is_exponent_or_sign(line_[i - 1]))) ++i;
+            for (++i; i < n; ++i) {
+                const unsigned char k = kind(data[i]);
+                if (k == 0) continue;
+                if (k == 1 || (k == 2 && !is_exponent_or_sign(data[i - 1]))) break;
+                if (k == 3 && plain_only) return false;
+            }
         }
-        fields_.push_back({begin, i});
+        fields_[count++] = {static_cast<std::uint16_t>(begin), static_cast<std::uint16_t>(i)};
     }
+    field_count_ = count;
+    return true;
 }
 
 // MOPAC reads a value from where its field begins, past anything that is no
@@ -251,7 +279,7 @@ void GeometryLineReader::split_fields() {
 double GeometryLineReader::number_at(std::size_t field_index) const noexcept {
     double value = 0.0;
     std::size_t end = 0;
-    read_number_in_line(line_, fields_[field_index - 1].begin, value, end);
+    read_number_in_line(text_, fields_[field_index - 1].begin, value, end);
     return value;
 }
 
@@ -259,7 +287,7 @@ double GeometryLineReader::number_at(std::size_t field_index) const noexcept {
 // ("C13", "Cl35.45"), "+3" and the other sparkles, X... dummies, D and T.
 // False when the field is the number 0 that ends the geometry.
 bool GeometryLineReader::read_element(ParsedAtom& atom) {
-    const std::string_view first = std::string_view(line_).substr(fields_[0].begin, fields_[0].end - fields_[0].begin);
+    const std::string_view first = text_.substr(fields_[0].begin, fields_[0].end - fields_[0].begin);
     const std::size_t offset = view_offset(fields_[0].begin);
     if (is_digit(first[0])) {
         double value = 0.0;
@@ -338,6 +366,8 @@ long long round_to_integer(double value) noexcept {
     constexpr double limit = 2147483648.0;
     if (value >= limit) return static_cast<long long>(limit);
     if (value <= -limit) return -static_cast<long long>(limit);
+    const auto whole = static_cast<long long>(value);  // flags and atom numbers are whole already
+    if (static_cast<double>(whole) == value) return whole;
     return std::llround(value);
 }
 
@@ -352,9 +382,10 @@ bool is_blank_text(std::string_view view) noexcept {
 
 // " NEXT" in any case, with the blank in front.
 bool holds_next(std::string_view view) noexcept {
-    for (std::size_t at = view.find(' '); at != std::string_view::npos && view.size() - at >= 5; at = view.find(' ', at + 1)) {
-        if (to_upper(view[at + 1]) == 'N' && to_upper(view[at + 2]) == 'E' && to_upper(view[at + 3]) == 'X' &&
-            to_upper(view[at + 4]) == 'T') {
+    const char* const data = view.data();
+    for (std::size_t at = 0; at + 5 <= view.size(); ++at) {
+        if (data[at] == ' ' && to_upper(data[at + 1]) == 'N' && to_upper(data[at + 2]) == 'E' &&
+            to_upper(data[at + 3]) == 'X' && to_upper(data[at + 4]) == 'T') {
             return true;
         }
     }

@@ -2,12 +2,14 @@
 #pragma once
 
 #include <cstddef>
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "job/issues.hpp"
+#include "job/text_lines.hpp"
 
 namespace vesk::input::mopac::detail {
 
@@ -67,11 +69,11 @@ public:
 
 private:
     struct Field {
-        std::size_t begin;
-        std::size_t end;
+        std::uint16_t begin;
+        std::uint16_t end;
     };
 
-    void split_fields();
+    bool split_fields(bool plain_only);
     double number_at(std::size_t field_index) const noexcept;  // 1-based field
     bool read_element(ParsedAtom& atom);
     void report(Issue issue, std::size_t offset, std::string detail = {});
@@ -82,10 +84,12 @@ private:
     std::size_t last_label_length_ = 0;  // 27 after a PDB-style label: then all must be 27
     bool first_at_origin_ = false;       // atom 1 stands at 0 0 0
     std::string_view view_;
-    std::string line_;  // the view with commas blanked, the label cut out, upper-cased
+    std::string line_;       // the view with commas blanked and the label cut out, where it holds either
+    std::string_view text_;  // what the fields are read from: the view itself, else line_
     std::size_t label_at_ = std::string::npos;
     std::size_t label_size_ = 0;  // bytes cut out, parentheses included
-    std::vector<Field> fields_;
+    std::array<Field, geometry_line_limit> fields_{};  // a field takes at least one byte of the line
+    std::size_t field_count_ = 0;
     std::string_view label_;
     std::string_view extra_;
     std::vector<LineIssue> issues_;

@@ -62,6 +62,7 @@ bool JobReader::reread_heads(const MopacJob& before, std::string& text, const st
     job_.text_ = std::move(text);
     job_.options_ = before.options_;
     job_.lines_ = std::move(lines);
+    plain_ = !detail::holds_view_bytes(job_.text_);
     job_.jobs_ = before.jobs_;
     job_.placed_ = before.placed_;
     end_of_data_ = 0;

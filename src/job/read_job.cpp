@@ -64,6 +64,7 @@ void JobReader::read(std::string&& text, const ReadOptions& options) {
     job_.text_ = std::move(text);
     job_.options_ = options;
     job_.lines_ = detail::cut_mopac_lines(job_.text_);
+    plain_ = !detail::holds_view_bytes(job_.text_);
     JobLines& lines = job_.lines_;
     if (lines.empty()) return;
 
@@ -194,7 +195,11 @@ std::size_t JobReader::data_from(std::size_t line_index) const noexcept {
 }
 
 /// The line as MOPAC holds it; valid until the next call.
-std::string_view JobReader::view(std::size_t line_index) { return detail::mopac_view(raw(line_index), scratch_); }
+std::string_view JobReader::view(std::size_t line_index) {
+    const std::string_view line = raw(line_index);
+    if (plain_) return line.size() > detail::mopac_line_limit ? line.substr(0, detail::mopac_line_limit) : line;
+    return detail::mopac_view(line, scratch_);
+}
 
 /// Takes the next data line for `role` in job `job_index`; answers its index.
 std::size_t JobReader::take(LineRole role, std::size_t job_index) {

@@ -86,6 +86,7 @@ private:
     std::size_t marker_from_ = static_cast<std::size_t>(-1);
     std::size_t marker_at_ = 0;
     std::string scratch_;
+    bool plain_ = false;  // the text holds no byte that mopac_view changes: every view is the line itself
     std::size_t unlisted_ = 0;  // findings over the limit, counted only
     std::size_t errors_ = 0;    // error findings so far
     // The atoms of the geometry being read, kept for the checks and the

@@ -9,8 +9,6 @@
 namespace vesk::input::mopac::detail {
 namespace {
 
-bool needs_rewrite(std::string_view line) noexcept;
-
 // The index of the first `byte` at or behind `from`, else the text's size.
 std::size_t find_byte(std::string_view text, char byte, std::size_t from) noexcept {
     const void* at = std::memchr(text.data() + from, byte, text.size() - from);
@@ -84,7 +82,7 @@ JobLines cut_mopac_lines(std::string_view text) {
 
 std::string_view mopac_view(std::string_view line, std::string& scratch) {
     if (line.size() > mopac_line_limit) line = line.substr(0, mopac_line_limit);
-    if (!needs_rewrite(line)) return line;
+    if (!holds_view_bytes(line)) return line;
     scratch.clear();
     for (char c : line) {
         if (c == '\t') {
@@ -120,14 +118,11 @@ bool contains_upper(std::string_view text, std::string_view part) noexcept {
     return false;
 }
 
-namespace {
-
-bool needs_rewrite(std::string_view line) noexcept {
+bool holds_view_bytes(std::string_view line) noexcept {
     for (char c : {'\t', '\xC2', '\xA0'}) {
         if (std::memchr(line.data(), c, line.size()) != nullptr) return true;
     }
     return false;
 }
 
-}  // namespace
 }  // namespace vesk::input::mopac::detail

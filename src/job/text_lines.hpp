@@ -31,6 +31,9 @@ JobLines cut_mopac_lines(std::string_view text);
 /// `line` itself when nothing changes, else of `scratch`.
 std::string_view mopac_view(std::string_view line, std::string& scratch);
 
+/// Whether mopac_view would change anything in `text`: it holds a tab, 0xC2 or 0xA0.
+bool holds_view_bytes(std::string_view text) noexcept;
+
 /// The 1-based byte column in `line` of the byte at `offset` of its
 /// mopac_view: tabs make the two differ.
 std::size_t file_column(std::string_view line, std::size_t offset) noexcept;

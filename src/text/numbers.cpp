@@ -22,23 +22,18 @@ bool is_subnormal(double magnitude) noexcept;
 bool decimal_equals(const char* first, const char* last, double magnitude) noexcept;
 bool hex_equals(const char* first, const char* last, double magnitude) noexcept;
 
-// The digits of a decimal number as they are scanned: up to 19 significant
-// digits as an integer, and the power of ten that scales them.
+// The digits of a decimal number as they are scanned, as one integer, and
+// the power of ten that scales them. Up to 19 digits, leading zeros
+// included, the integer is exact; more are left to the full conversion.
 struct DecimalDigits {
-    std::uint64_t mantissa = 0;
-    int significant = 0;
+    std::uint64_t mantissa = 0;  // wraps around past 19 digits, and is then not used
+    long digits = 0;
     long power = 0;
-    bool overflow = false;  // more significant digits than the mantissa holds
 
     void add(char digit, bool fraction) noexcept {
-        if (fraction) --power;
-        if (mantissa == 0 && digit == '0') return;
-        if (significant == 19) {
-            overflow = true;
-            return;
-        }
         mantissa = mantissa * 10 + static_cast<std::uint64_t>(digit - '0');
-        ++significant;
+        ++digits;
+        power -= fraction ? 1 : 0;
     }
     bool exact(long exponent, double& magnitude) const noexcept;
 };
@@ -235,7 +230,7 @@ bool DecimalDigits::exact(long exponent, double& magnitude) const noexcept {
     static constexpr double powers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
                                         1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
     const long scale = exponent + power;
-    if (overflow || mantissa > (std::uint64_t{1} << 53) || scale < -22 || scale > 22) return false;
+    if (digits > 19 || mantissa > (std::uint64_t{1} << 53) || scale < -22 || scale > 22) return false;
     const auto m = static_cast<double>(mantissa);
     magnitude = scale < 0 ? m / powers[-scale] : m * powers[scale];
     return true;
