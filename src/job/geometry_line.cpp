@@ -380,13 +380,20 @@ bool is_blank_text(std::string_view view) noexcept {
     return true;
 }
 
-// " NEXT" in any case, with the blank in front.
+// " NEXT" in any case, with the blank in front. Lines of numbers hold no
+// N at all: each case of it is searched for on its own.
 bool holds_next(std::string_view view) noexcept {
     const char* const data = view.data();
-    for (std::size_t at = 0; at + 5 <= view.size(); ++at) {
-        if (data[at] == ' ' && to_upper(data[at + 1]) == 'N' && to_upper(data[at + 2]) == 'E' &&
-            to_upper(data[at + 3]) == 'X' && to_upper(data[at + 4]) == 'T') {
-            return true;
+    const std::size_t n = view.size();
+    for (char first : {'N', 'n'}) {
+        for (const void* hit = n > 1 ? std::memchr(data + 1, first, n - 1) : nullptr; hit != nullptr;) {
+            const auto at = static_cast<std::size_t>(static_cast<const char*>(hit) - data);
+            if (at + 4 > n) break;
+            if (data[at - 1] == ' ' && to_upper(data[at + 1]) == 'E' && to_upper(data[at + 2]) == 'X' &&
+                to_upper(data[at + 3]) == 'T') {
+                return true;
+            }
+            hit = std::memchr(data + at + 1, first, n - at - 1);
         }
     }
     return false;

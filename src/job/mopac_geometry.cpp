@@ -87,6 +87,13 @@ void JobReader::read_inline_geometry(Job& current, std::size_t job_index) {
     MopacJob::Placed cartesian;
     bool cartesian_kept = true;
     std::size_t cartesian_bytes = 0;
+    if (!at_end()) {
+        // Room for every line left at once, within that budget.
+        const std::size_t bytes_left = job_.text_.size() - job_.lines_.offset(next_);
+        const std::size_t room = std::min(end_of_data_ - next_, (4 * bytes_left + 4096) / (sizeof(double) * 3 + 1));
+        cartesian.positions.reserve(room);
+        cartesian.atomic_numbers.reserve(room);
+    }
     while (!at_end()) {
         const std::size_t index = next_;
         const std::string_view line = view(index);
