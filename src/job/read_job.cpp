@@ -100,13 +100,11 @@ void JobReader::read(std::string&& text, const ReadOptions& options) {
         }
     }
     first_data_ = start;
-    for (std::size_t i = start; i < lines.size(); ++i) {
-        if (lines.role(i) == LineRole::lost) continue;
-        if (!raw(i).empty() && raw(i)[0] == '*') {
-            lines.set_role(i, LineRole::comment);
-            continue;
-        }
-        end_of_data_ = i + 1;
+    // The cutting marked the comments: the data ends behind the last line
+    // that is none, and holds something up to the last one that is not blank.
+    for (std::size_t i = lines.size(); i-- > start && last_filled_ == 0;) {
+        if (!is_data(i)) continue;
+        if (end_of_data_ == 0) end_of_data_ = i + 1;
         if (!detail::is_blank_view(view(i))) last_filled_ = i + 1;
     }
     next_ = data_from(start);

@@ -73,8 +73,9 @@ JobLines cut_mopac_lines(std::string_view text) {
         if (losing) {
             lines.set_role(lines.size() - 1, LineRole::lost);
             losing = !ends_in_lf;
-        } else if (length >= mopac_line_limit) {
-            losing = !ends_in_lf;
+        } else {
+            if (length > 0 && data[start] == '*') lines.set_role(lines.size() - 1, LineRole::comment);
+            losing = length >= mopac_line_limit && !ends_in_lf;
         }
     }
     return lines;

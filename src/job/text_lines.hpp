@@ -23,7 +23,8 @@ inline constexpr std::size_t keyword_string_limit = 3000;
 /// Cuts `text` into lines: LF, CR LF and a lone CR each end a line, so that
 /// "a\r\rb\n" is "a", "", "b". A line of mopac_line_limit bytes or more takes
 /// the lines behind it up to the next LF with it: those get the role `lost`.
-/// Every other line gets the role `trailing`, for the reader to change.
+/// A line that starts with '*' gets the role `comment`, every other line the
+/// role `trailing`, for the reader to change.
 JobLines cut_mopac_lines(std::string_view text);
 
 /// A line as MOPAC holds it: its first mopac_line_limit bytes, tabs expanded
