@@ -88,6 +88,22 @@ std::vector<std::array<double, 3>> MopacJob::translation_vectors(std::size_t job
     return vectors;
 }
 
+bool MopacJob::visit_atoms(std::size_t job, void (*visit)(void*, int, const std::array<double, 3>&),
+                          void* context) const {
+    if (job < placed_.size() && !placed_[job].positions.empty()) {
+        const Placed& kept = placed_[job];
+        for (std::size_t i = 0; i < kept.positions.size(); ++i) visit(context, kept.atomic_numbers[i], kept.positions[i]);
+        return true;
+    }
+    if (!may_place(*this, job)) return false;
+    if (detail::visit_cartesian_atoms(*this, job, visit, context)) return true;
+    Placed scratch;
+    const Placed* placed = placement(job, scratch);
+    if (placed == nullptr) return false;
+    for (std::size_t i = 0; i < placed->positions.size(); ++i) visit(context, placed->atomic_numbers[i], placed->positions[i]);
+    return true;
+}
+
 const MopacJob::Placed* MopacJob::placement(std::size_t job, Placed& scratch) const {
     if (job < placed_.size() && !placed_[job].positions.empty()) return &placed_[job];
     if (!may_place(*this, job)) return nullptr;

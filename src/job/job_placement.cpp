@@ -187,6 +187,29 @@ void apply_job_symmetry(const MopacJob& job, std::size_t job_index, std::vector<
 }
 
 // One pass over the lines, without holding the atoms of every line.
+}  // namespace
+
+bool visit_cartesian_atoms(const MopacJob& job, std::size_t job_index,
+                           void (*visit)(void*, int, const std::array<double, 3>&), void* context) {
+    if (job_index >= job.jobs().size()) return false;
+    const Job& current = job.jobs()[job_index];
+    const GeometryCounts& counts = current.counts;
+    // The counts come from the same lines: an unknown atom shows before any is visited.
+    if (counts.internal > 0 || counts.cartesian == 0 || counts.by_atomic_number[0] > 0 ||
+        (uses_symmetry(current) && has_symmetry_lines(job, job_index)) ||
+        current.source != GeometrySource::inline_text) {
+        return false;
+    }
+    const double factor = length_factor(current);
+    visit_atom_lines(job, job_index, [&](const ParsedAtom& atom, std::size_t, std::string_view, std::string_view) {
+        const std::array<double, 3> position{atom.values[0] * factor, atom.values[1] * factor, atom.values[2] * factor};
+        visit(context, placed_number(atom.atomic_number), position);
+    });
+    return true;
+}
+
+namespace {
+
 bool place_cartesian_lines(const MopacJob& job, std::size_t job_index, PlacedAtoms& placed) {
     const Job& current = job.jobs()[job_index];
     const double factor = length_factor(current);

@@ -4,6 +4,7 @@
 // MopacJob's answers both place atoms through place_job_atoms.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -60,6 +61,12 @@ struct PlacedAtoms {
 /// applied, ill-defined atoms and coincident reference atoms go to `faults`
 /// (when not null). False when the atoms cannot be placed: none, an
 /// ill-defined or unknown atom, coincident reference atoms.
+/// Streams the atoms of an all-Cartesian job without symmetry data, whose
+/// every atom MOPAC knows, to `visit`, read from its lines one at a time.
+/// False, with no call, for any other job: it must be placed whole.
+bool visit_cartesian_atoms(const MopacJob& job, std::size_t job_index,
+                           void (*visit)(void*, int, const std::array<double, 3>&), void* context);
+
 bool place_job_atoms(const MopacJob& job, std::size_t job_index, std::vector<ParsedAtom>* atoms, PlacedAtoms& placed,
                      std::vector<PlacementFault>* faults);
 

@@ -103,6 +103,14 @@ TEST(corpus_job, placed_atoms_give_back_their_internal_coordinates) {
                 ++a;
             }
             EXPECT_EQ(a, kept.atoms.size());
+            // Streamed one by one, the same atoms: dummies and translation vectors among them.
+            std::size_t streamed = 0;
+            ASSERT_TRUE(job.for_each_atom(k, [&](int number, const std::array<double, 3>& at) {
+                ASSERT_LT(streamed, atoms.size());
+                EXPECT_TRUE(number == atoms[streamed].atomic_number && at == positions[streamed]) << name;
+                ++streamed;
+            }));
+            EXPECT_EQ(streamed, atoms.size()) << name;
             for (std::size_t i = 3; i < atoms.size(); ++i) {
                 const detail::ParsedAtom& atom = atoms[i];
                 if (!atom.internal) continue;

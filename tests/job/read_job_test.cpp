@@ -37,6 +37,8 @@ TEST(read_job, cuts_lines_at_lf_crlf_and_lone_cr) {
     EXPECT_EQ(job.lines()[2].end, LineEnd::crlf);
     EXPECT_EQ(job.lines()[3].end, LineEnd::lf);
     EXPECT_EQ(read_job("a\nb").lines().back().end, LineEnd::none);
+    EXPECT_EQ(read_job("a\r").lines().back().end, LineEnd::cr);
+    EXPECT_EQ(roles(read_job("*\nPM7\n*x\nt\nd\n")).substr(0, 3), "ckc");
     EXPECT_TRUE(read_job("").lines().empty());
     // 2000 bytes and a lone CR: the rest up to the next LF is never read.
     const MopacJob long_line = read_job(std::string(2100, 'A') + "\rlost\rlost too\nPM7\n");
@@ -256,6 +258,25 @@ TEST(read_job, places_internal_coordinates_as_mopac_does) {
     const MopacJob gaussian = read_job("AIGIN\nt\nd\nO\nH 1 R\nH 1 R 2 A\n\nR 1.0\nA 90.0\n");
     EXPECT_THAT(codes(gaussian), ::testing::IsEmpty());
     expect_near(gaussian.geometry().atoms[2], "H", 1.0 * std::cos(90 * 1.7453292519943e-2), 1, 0);
+}
+
+// Atoms of lines too short to keep are streamed from the lines when asked:
+// the same atoms, scaled the same, as the placement of the whole job.
+TEST(read_job, streams_the_atoms_it_does_not_keep) {
+    std::string text = "PM7 A0\nt\nd\n";
+    for (int i = 0; i < 3000; ++i) text += "C\n";
+    text += "H 2 3 4\n";
+    const MopacJob job = read_job(text);
+    const vesk::core::Geometry whole = job.geometry();
+    ASSERT_EQ(whole.atoms.size(), 3001u);
+    std::size_t n = 0;
+    EXPECT_TRUE(job.for_each_atom(0, [&](int number, const std::array<double, 3>& at) {
+        const vesk::core::Atom& atom = whole.atoms[n++];
+        EXPECT_TRUE(element_symbol(number) == atom.element && at[0] == atom.x && at[1] == atom.y && at[2] == atom.z);
+    }));
+    EXPECT_EQ(n, 3001u);
+    EXPECT_NEAR(whole.atoms.back().x, 2 * 0.529177, 1e-5);
+    EXPECT_FALSE(read_job("PM7\nt\nd\nQq 1 2 3\n").for_each_atom(0, [](int, const std::array<double, 3>&) { FAIL(); }));
 }
 
 TEST(read_job, applies_symmetry_before_placing) {

@@ -3,6 +3,8 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <array>
+#include <functional>
 #include <charconv>
 #include <memory>
 #include <system_error>
@@ -51,7 +53,13 @@ namespace {
 // whose atoms MOPAC takes from elsewhere or cannot place is an error, never
 // an empty frame. Sparkles, capped bonds and Mithril have no element symbol
 // other readers know: they are left out, with a note.
-bool add_frame(const SourceFile& file, const input::mopac::MopacJob& job, std::size_t k, std::string& out) {
+// Standard output takes the frames as they grow, a file (written whole or
+// not at all) at the end.
+constexpr std::size_t flush_size = std::size_t{1} << 20;
+using Flush = std::function<void(std::string&)>;
+
+bool add_frame(const SourceFile& file, const input::mopac::MopacJob& job, std::size_t k, std::string& out,
+               const Flush& flush) {
     const input::mopac::Job& current = job.jobs()[k];
     const std::string where = "job " + std::to_string(k + 1) + ": ";
     switch (current.source) {
@@ -67,9 +75,24 @@ bool add_frame(const SourceFile& file, const input::mopac::MopacJob& job, std::s
         default:
             break;
     }
+    // Counted first, written second: the count heads the frame, and a job
+    // MOPAC cannot place writes nothing. Atoms stream from the reading.
+    const auto unknown = [](int atomic_number) {
+        const std::string_view symbol = input::mopac::element_symbol(atomic_number);
+        return symbol.empty() || symbol[0] == '+' || symbol[0] == '-' || symbol == "Cb" || symbol == "Mi";
+    };
+    const auto kept = [](int atomic_number) { return atomic_number >= 1 && atomic_number <= 106 && atomic_number != 99; };
     XyzFile frame;
-    frame.geometry = job.geometry(k);
-    if (frame.geometry.atoms.empty()) {
+    std::size_t written = 0;
+    std::size_t left_out = 0;
+    const bool placed = job.for_each_atom(k, [&](int atomic_number, const std::array<double, 3>& position) {
+        if (atomic_number == 107) {
+            frame.lattice.push_back(position);
+        } else if (kept(atomic_number)) {
+            ++(unknown(atomic_number) ? left_out : written);
+        }
+    });
+    if (!placed || written + left_out == 0) {
         std::string why = where + "MOPAC cannot place the atoms";
         for (const auto& d : job.diagnostics()) {
             if (d.severity == input::mopac::Severity::error) {
@@ -80,18 +103,9 @@ bool add_frame(const SourceFile& file, const input::mopac::MopacJob& job, std::s
         report(file.path, why);
         return false;
     }
-    std::size_t left_out = 0;
-    auto& atoms = frame.geometry.atoms;
-    const auto unknown = [](const core::Atom& atom) {
-        const char c = atom.element[0];
-        return c == '+' || c == '-' || atom.element == "Cb" || atom.element == "Mi";
-    };
-    for (const auto& atom : atoms) left_out += unknown(atom);
-    atoms.erase(std::remove_if(atoms.begin(), atoms.end(), unknown), atoms.end());
     if (left_out > 0) {
         report(file.path, where + std::to_string(left_out) + " sparkle(s) or capped bond(s) left out: XYZ has no symbol for them");
     }
-    frame.lattice = job.translation_vectors(k);
     frame.comment = current.title.text;
     if (const auto charge = current.keyword_value("CHARGE")) {
         int value = 0;
@@ -104,7 +118,12 @@ bool add_frame(const SourceFile& file, const input::mopac::MopacJob& job, std::s
         const unsigned int named = input::mopac::spin_state_multiplicity(input::mopac::normalize_keyword_name(keyword.text));
         if (named != 0) frame.multiplicity = named;
     }
-    out += format_xyz(frame);
+    append_xyz_head(out, written, frame);
+    job.for_each_atom(k, [&](int atomic_number, const std::array<double, 3>& position) {
+        if (!kept(atomic_number) || unknown(atomic_number)) return;
+        append_xyz_atom(out, input::mopac::element_symbol(atomic_number), position[0], position[1], position[2]);
+        if (flush && out.size() >= flush_size) flush(out);
+    });
     return true;
 }
 
@@ -122,11 +141,19 @@ int run_xyz(const XyzOptions& options) {
         }
         std::string out;
         bool complete = true;
+        bool written = true;
+        Flush flush;
+        if (options.output.empty()) {
+            flush = [&written](std::string& pending) {
+                written = write_result({}, pending) && written;
+                pending.clear();
+            };
+        }
         for (std::size_t k = 0; k < job.jobs().size(); ++k) {
-            if (options.all || k + 1 == options.job) complete = add_frame(file, job, k, out) && complete;
+            if (options.all || k + 1 == options.job) complete = add_frame(file, job, k, out, flush) && complete;
         }
         if (!complete && !options.all) return 1;
-        return write_result(options.output, out) && complete ? 0 : 1;
+        return write_result(options.output, out) && written && complete ? 0 : 1;
     });
 }
 

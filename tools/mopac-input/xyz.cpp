@@ -61,12 +61,25 @@ XyzFile parse_xyz(std::string_view text) {
     return file;
 }
 
-std::string format_xyz(const XyzFile& frame) {
+namespace {
+
+void append_number(std::string& out, double value) {
     char number[32];
-    const auto append_number = [&number](std::string& out, double value) {
-        out.append(number, std::to_chars(number, number + sizeof number, value).ptr);
-    };
-    std::string out = std::to_string(frame.geometry.atoms.size()) + "\n";
+    out.append(number, std::to_chars(number, number + sizeof number, value).ptr);
+}
+
+}  // namespace
+
+std::string format_xyz(const XyzFile& frame) {
+    std::string out;
+    append_xyz_head(out, frame.geometry.atoms.size(), frame);
+    for (const auto& atom : frame.geometry.atoms) append_xyz_atom(out, atom.element, atom.x, atom.y, atom.z);
+    return out;
+}
+
+void append_xyz_head(std::string& out, std::size_t atoms, const XyzFile& frame) {
+    out += std::to_string(atoms);
+    out += '\n';
     if (!frame.lattice.empty()) {
         out += "Lattice=\"";
         for (std::size_t k = 0; k < 3; ++k) {
@@ -88,15 +101,15 @@ std::string format_xyz(const XyzFile& frame) {
         title += (c == '\n' || c == '\r') ? ' ' : c;
     }
     out += " title=\"" + title + "\"\n";
-    for (const auto& atom : frame.geometry.atoms) {
-        out += atom.element;
-        for (double value : {atom.x, atom.y, atom.z}) {
-            out += ' ';
-            append_number(out, value);
-        }
-        out += '\n';
+}
+
+void append_xyz_atom(std::string& out, std::string_view element, double x, double y, double z) {
+    out += element;
+    for (double value : {x, y, z}) {
+        out += ' ';
+        append_number(out, value);
     }
-    return out;
+    out += '\n';
 }
 
 std::string as_utf8(std::string_view text) {

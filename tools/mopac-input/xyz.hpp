@@ -41,6 +41,12 @@ XyzFile parse_xyz(std::string_view text);
 /// are not UTF-8 are taken as Latin-1).
 std::string format_xyz(const XyzFile& frame);
 
+/// The same frame in parts, for a writer that streams its atoms: the count
+/// and comment lines of a frame of `atoms` atoms (frame.geometry unused),
+/// then one line per atom.
+void append_xyz_head(std::string& out, std::size_t atoms, const XyzFile& frame);
+void append_xyz_atom(std::string& out, std::string_view element, double x, double y, double z);
+
 /// `text` as valid UTF-8: well-formed sequences stay, any other byte is
 /// taken as Latin-1 ("\xE9" -> "é").
 std::string as_utf8(std::string_view text);

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include "vesk/core/geometry.hpp"
@@ -373,6 +374,24 @@ public:
     VESK_MOPAC_API vesk::core::Geometry geometry(std::size_t job = 0) const;
     /// The translation vectors of a job (Å), computed as its atoms are.
     VESK_MOPAC_API std::vector<std::array<double, 3>> translation_vectors(std::size_t job = 0) const;
+
+    /// Calls `visit(atomic_number, position)` for every atom of a job as MOPAC
+    /// places it, in line order: the atoms geometry() gives, with dummy atoms
+    /// (99) and translation vectors (107) among them, positions in Å. An
+    /// all-Cartesian job is read line by line, holding no atoms, so a writer
+    /// can stream any size. False, with no call, where geometry() is empty.
+    ///
+    ///     job.for_each_atom(0, [&](int z, const std::array<double, 3>& at) { ... });
+    template <class Visit>
+    bool for_each_atom(std::size_t job, Visit&& visit) const {
+        using Target = std::remove_reference_t<Visit>;
+        return visit_atoms(job, [](void* target, int atomic_number, const std::array<double, 3>& position) {
+            (*static_cast<Target*>(target))(atomic_number, position);
+        }, const_cast<void*>(static_cast<const void*>(&visit)));
+    }
+    /// for_each_atom without a template: `visit(context, atomic_number, position)`.
+    VESK_MOPAC_API bool visit_atoms(std::size_t job, void (*visit)(void*, int, const std::array<double, 3>&),
+                                    void* context) const;
 
 private:
     friend class JobReader;
