@@ -129,15 +129,22 @@ bool read_number_in_line(std::string_view text, std::size_t from, double& value,
     for (std::size_t start = from; start < n; ++start) {
         std::size_t i = start;
         if (text[i] == '+' || text[i] == '-') ++i;
+        // The digits go into one integer as they are passed; how many there
+        // were, and how many behind the point, follow from where they end.
         DecimalDigits scanned;
         const std::size_t integer_begin = i;
-        for (; i < n && is_digit(text[i]); ++i) scanned.add(text[i], false);
+        std::uint64_t mantissa = 0;
+        for (; i < n && is_digit(text[i]); ++i) mantissa = mantissa * 10 + static_cast<std::uint64_t>(text[i] - '0');
         bool digits = i > integer_begin;
+        scanned.digits = static_cast<long>(i - integer_begin);
         if (i < n && text[i] == '.') {
             const std::size_t fraction_begin = ++i;
-            for (; i < n && is_digit(text[i]); ++i) scanned.add(text[i], true);
+            for (; i < n && is_digit(text[i]); ++i) mantissa = mantissa * 10 + static_cast<std::uint64_t>(text[i] - '0');
             digits = digits || i > fraction_begin;
+            scanned.power = -static_cast<long>(i - fraction_begin);
+            scanned.digits -= scanned.power;
         }
+        scanned.mantissa = mantissa;
         if (!digits) continue;  // no number starts here: look further on
         const std::size_t mantissa_end = i;
         long exponent = 0;
