@@ -2,6 +2,7 @@
 // every byte in one line, every line numbered and given a role, every
 // finding inside the text, atoms and positions that agree with the counts,
 // and the check and the editor never failing on what the reading accepted.
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -107,6 +108,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
               "atom counts differ from the atom lines");
         const vesk::core::Geometry geometry = job.geometry(k);
         check(geometry.atoms.empty() || geometry.atoms.size() == counts.atoms, "placed atoms differ from the count");
+        std::size_t streamed = 0;
+        const bool placed = job.for_each_atom(k, [&](int number, const std::array<double, 3>& at) {
+            if (number < 1 || number > 106 || number == 99) return;
+            const bool same = streamed < geometry.atoms.size() && geometry.atoms[streamed].x == at[0] &&
+                              geometry.atoms[streamed].y == at[1] && geometry.atoms[streamed].z == at[2];
+            check(same || std::isnan(at[0]) || std::isnan(at[1]) || std::isnan(at[2]), "streamed atoms differ from the placed ones");
+            ++streamed;
+        });
+        check((!placed || streamed == geometry.atoms.size()) && (placed || geometry.atoms.empty()),
+              "streamed atoms differ in number");
     }
 
     // CR LF line ends change nothing MOPAC reads.
