@@ -32,6 +32,10 @@ namespace {
 int open_retrying(const char* path, int flags, mode_t mode) noexcept;
 int read_all(int fd, std::string& text, std::size_t max_size);
 FileIdentity identity_of(const struct stat& info) noexcept;
+// Writes the whole content to an open file; answers 0 or an errno value.
+using ContentWriter = std::function<int(int fd)>;
+int replace_file(const std::string& path, const ContentWriter& write_content, const std::string_view* content,
+                 const FileIdentity* expected, bool* unchanged = nullptr);
 int replace_file(const std::string& path, std::string_view content, const FileIdentity* expected,
                  bool* unchanged = nullptr);
 bool holds(const std::string& path, const struct stat& file, std::string_view content);
@@ -213,6 +217,31 @@ bool write_output_file(const std::string& path, std::string_view content, std::e
     return code == 0;
 }
 
+bool write_output_stream(const std::string& path, const std::function<bool(const OutputSink&)>& produce,
+                         std::error_code& error) {
+    // The pieces go to `fd`; the first failure stops them and is kept.
+    const auto write_pieces = [&produce](int fd) {
+        int code = 0;
+        const OutputSink sink = [fd, &code](std::string_view piece) {
+            if (code == 0) code = write_all(fd, piece);
+            return code == 0;
+        };
+        const bool made = produce(sink);
+        return code != 0 ? code : made ? 0 : ECANCELED;
+    };
+    struct stat info {};
+    int code = 0;
+    if (path.empty() || ::stat(path.c_str(), &info) != 0 || !S_ISCHR(info.st_mode)) {
+        code = replace_file(path, write_pieces, nullptr, nullptr);
+    } else {
+        Descriptor fd(open_retrying(path.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC, 0));
+        code = fd.get() < 0 ? errno : write_pieces(fd.get());
+        if (code == 0 && ::close(fd.release()) != 0) code = errno;
+    }
+    error = code == 0 ? std::error_code() : std::error_code(code, std::generic_category());
+    return code == 0;
+}
+
 bool write_text_file_atomic(const std::string& path, std::string_view content) {
     std::error_code ignored;
     return write_text_file_atomic(path, content, ignored);
@@ -266,6 +295,13 @@ FileIdentity identity_of(const struct stat& info) noexcept {
 // that file (ESTALE otherwise), and one that holds `content` already is left
 // alone with `unchanged` set.
 int replace_file(const std::string& path, std::string_view content, const FileIdentity* expected, bool* unchanged) {
+    return replace_file(path, [content](int fd) { return write_all(fd, content); }, &content, expected, unchanged);
+}
+
+// Replaces the file at `path` with what `write_content` writes. `content`,
+// when known whole, lets an unchanged file (with `expected`) stay as it is.
+int replace_file(const std::string& path, const ContentWriter& write_content, const std::string_view* content,
+                 const FileIdentity* expected, bool* unchanged) {
     if (path.empty()) return ENOENT;
     // Writing through a symbolic link replaces the file it names and keeps the link.
     std::string target;
@@ -289,7 +325,7 @@ int replace_file(const std::string& path, std::string_view content, const FileId
     remove_stale_temporaries(directory);
     if (expected != nullptr) {
         if ((exists ? identity_of(existing) : FileIdentity{}) != *expected) return ESTALE;
-        if (exists && holds(target, existing, content)) {
+        if (exists && content != nullptr && holds(target, existing, *content)) {
             *unchanged = true;
             return 0;
         }
@@ -297,7 +333,7 @@ int replace_file(const std::string& path, std::string_view content, const FileId
 
     TemporaryFile temporary;
     int code = temporary.create(directory);
-    if (code == 0) code = write_all(temporary.fd(), content);
+    if (code == 0) code = write_content(temporary.fd());
     // The owner before the bits: chown clears the set-ID bits, and they are
     // only for a file that has its old owner and group.
     if (code == 0 && exists) code = keep_owner(temporary.fd(), existing);

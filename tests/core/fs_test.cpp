@@ -90,6 +90,30 @@ TEST(write_text_file_atomic, creates_and_replaces_keeping_permission_bits) {
     }
 }
 
+// Pieces go out as they are made: all of them replace the file, a stop
+// midway (the producer's, or a full disk's) leaves the old bytes and no
+// temporary file; a device takes them directly.
+TEST(write_output_stream, replaces_the_file_only_with_the_whole_output) {
+    TempDir dir;
+    const std::string path = dir.path() + "/out.xyz";
+    ASSERT_TRUE(write_text_file_atomic(path, "old\n"));
+    const auto pieces = [](bool finish) {
+        return [finish](const OutputSink& sink) { return sink("a\n") && sink(std::string(3 << 20, 'b')) && finish; };
+    };
+    std::error_code error;
+    EXPECT_FALSE(write_output_stream(path, pieces(false), error));
+    EXPECT_EQ(error, std::errc::operation_canceled);
+    EXPECT_EQ(read_text_file(path), "old\n");
+    EXPECT_EQ(dir.entries(), Names{"out.xyz"});
+    ASSERT_TRUE(write_output_stream(path, pieces(true), error)) << error.message();
+    EXPECT_EQ(read_text_file(path).size(), 2u + (3u << 20));
+    EXPECT_TRUE(write_output_stream("/dev/null", pieces(true), error));
+    if (::access("/dev/full", W_OK) == 0) {
+        EXPECT_FALSE(write_output_stream("/dev/full", pieces(true), error));
+        EXPECT_EQ(error, std::errc::no_space_on_device);
+    }
+}
+
 TEST(write_text_file_atomic, writes_through_a_symbolic_link) {
     TempDir dir;
     const std::string real = dir.write("real.mop", "old\n");

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <vector>
 #include <charconv>
 #include <memory>
 #include <system_error>
@@ -53,13 +54,24 @@ namespace {
 // whose atoms MOPAC takes from elsewhere or cannot place is an error, never
 // an empty frame. Sparkles, capped bonds and Mithril have no element symbol
 // other readers know: they are left out, with a note.
-// Standard output takes the frames as they grow, a file (written whole or
-// not at all) at the end.
-constexpr std::size_t flush_size = std::size_t{1} << 20;
-using Flush = std::function<void(std::string&)>;
+struct Frame {
+    std::size_t job = 0;
+    std::size_t atoms = 0;  // written: the count that heads the frame
+    XyzFile head;           // comment, lattice, charge, multiplicity; no atoms
+};
 
-bool add_frame(const SourceFile& file, const input::mopac::MopacJob& job, std::size_t k, std::string& out,
-               const Flush& flush) {
+bool unknown_symbol(int atomic_number) {
+    const std::string_view symbol = input::mopac::element_symbol(atomic_number);
+    return symbol.empty() || symbol[0] == '+' || symbol[0] == '-' || symbol == "Cb" || symbol == "Mi";
+}
+bool written_atom(int atomic_number) {
+    return atomic_number >= 1 && atomic_number <= 106 && atomic_number != 99 && !unknown_symbol(atomic_number);
+}
+
+// The head of the frame of job k, its atoms counted: a first visit of the
+// atoms, which writes nothing, so that a job MOPAC cannot place is found
+// before any output.
+bool plan_frame(const SourceFile& file, const input::mopac::MopacJob& job, std::size_t k, Frame& frame) {
     const input::mopac::Job& current = job.jobs()[k];
     const std::string where = "job " + std::to_string(k + 1) + ": ";
     switch (current.source) {
@@ -75,24 +87,18 @@ bool add_frame(const SourceFile& file, const input::mopac::MopacJob& job, std::s
         default:
             break;
     }
-    // Counted first, written second: the count heads the frame, and a job
-    // MOPAC cannot place writes nothing. Atoms stream from the reading.
-    const auto unknown = [](int atomic_number) {
-        const std::string_view symbol = input::mopac::element_symbol(atomic_number);
-        return symbol.empty() || symbol[0] == '+' || symbol[0] == '-' || symbol == "Cb" || symbol == "Mi";
-    };
-    const auto kept = [](int atomic_number) { return atomic_number >= 1 && atomic_number <= 106 && atomic_number != 99; };
-    XyzFile frame;
-    std::size_t written = 0;
+    frame.job = k;
     std::size_t left_out = 0;
     const bool placed = job.for_each_atom(k, [&](int atomic_number, const std::array<double, 3>& position) {
         if (atomic_number == 107) {
-            frame.lattice.push_back(position);
-        } else if (kept(atomic_number)) {
-            ++(unknown(atomic_number) ? left_out : written);
+            frame.head.lattice.push_back(position);
+        } else if (written_atom(atomic_number)) {
+            ++frame.atoms;
+        } else if (atomic_number >= 1 && atomic_number <= 106 && atomic_number != 99) {
+            ++left_out;
         }
     });
-    if (!placed || written + left_out == 0) {
+    if (!placed || frame.atoms + left_out == 0) {
         std::string why = where + "MOPAC cannot place the atoms";
         for (const auto& d : job.diagnostics()) {
             if (d.severity == input::mopac::Severity::error) {
@@ -106,25 +112,39 @@ bool add_frame(const SourceFile& file, const input::mopac::MopacJob& job, std::s
     if (left_out > 0) {
         report(file.path, where + std::to_string(left_out) + " sparkle(s) or capped bond(s) left out: XYZ has no symbol for them");
     }
-    frame.comment = current.title.text;
+    frame.head.comment = current.title.text;
     if (const auto charge = current.keyword_value("CHARGE")) {
         int value = 0;
         const auto [end, error] = std::from_chars(charge->data(), charge->data() + charge->size(), value);
-        if (error == std::errc() && end == charge->data() + charge->size()) frame.charge = value;
+        if (error == std::errc() && end == charge->data() + charge->size()) frame.head.charge = value;
     } else {
-        frame.charge = 0;
+        frame.head.charge = 0;
     }
     for (const auto& keyword : current.keywords) {
         const unsigned int named = input::mopac::spin_state_multiplicity(input::mopac::normalize_keyword_name(keyword.text));
-        if (named != 0) frame.multiplicity = named;
+        if (named != 0) frame.head.multiplicity = named;
     }
-    append_xyz_head(out, written, frame);
-    job.for_each_atom(k, [&](int atomic_number, const std::array<double, 3>& position) {
-        if (!kept(atomic_number) || unknown(atomic_number)) return;
-        append_xyz_atom(out, input::mopac::element_symbol(atomic_number), position[0], position[1], position[2]);
-        if (flush && out.size() >= flush_size) flush(out);
-    });
     return true;
+}
+
+// The frames as text, handed on a MiB at a time: the atoms are visited again
+// and written as they come, never held.
+bool write_frames(const input::mopac::MopacJob& job, const std::vector<Frame>& frames, const core::fs::OutputSink& sink) {
+    constexpr std::size_t piece_size = std::size_t{1} << 20;
+    std::string out;
+    bool going = true;
+    for (const Frame& frame : frames) {
+        append_xyz_head(out, frame.atoms, frame.head);
+        job.for_each_atom(frame.job, [&](int atomic_number, const std::array<double, 3>& position) {
+            if (!going || !written_atom(atomic_number)) return;
+            append_xyz_atom(out, input::mopac::element_symbol(atomic_number), position[0], position[1], position[2]);
+            if (out.size() >= piece_size) {
+                going = sink(out);
+                out.clear();
+            }
+        });
+    }
+    return going && (out.empty() || sink(out));
 }
 
 int run_xyz(const XyzOptions& options) {
@@ -139,21 +159,21 @@ int run_xyz(const XyzOptions& options) {
                                   std::to_string(job.jobs().size()) + " (jobs are numbered from 1)");
             return 1;
         }
-        std::string out;
+        std::vector<Frame> frames;
         bool complete = true;
-        bool written = true;
-        Flush flush;
-        if (options.output.empty()) {
-            flush = [&written](std::string& pending) {
-                written = write_result({}, pending) && written;
-                pending.clear();
-            };
-        }
         for (std::size_t k = 0; k < job.jobs().size(); ++k) {
-            if (options.all || k + 1 == options.job) complete = add_frame(file, job, k, out, flush) && complete;
+            if (!options.all && k + 1 != options.job) continue;
+            Frame frame;
+            if (plan_frame(file, job, k, frame)) {
+                frames.push_back(std::move(frame));
+            } else {
+                complete = false;
+            }
         }
         if (!complete && !options.all) return 1;
-        return write_result(options.output, out) && written && complete ? 0 : 1;
+        const bool written = write_result_stream(
+            options.output, [&](const core::fs::OutputSink& sink) { return write_frames(job, frames, sink); });
+        return written && complete ? 0 : 1;
     });
 }
 

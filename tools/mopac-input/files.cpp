@@ -201,6 +201,22 @@ bool read_source(const std::string& path, std::string& text) {
     return true;
 }
 
+bool write_result_stream(const std::string& path, const std::function<bool(const core::fs::OutputSink&)>& produce) {
+    if (path.empty()) return produce([](std::string_view piece) { return write_standard_output(piece); });
+    if (in_hand != nullptr && in_hand->path == path) {
+        // Over the very file read: whole, and only while it is still that file.
+        std::string text;
+        return produce([&text](std::string_view piece) {
+            text.append(piece);
+            return true;
+        }) && write_result(path, text);
+    }
+    std::error_code error;
+    if (core::fs::write_output_stream(path, produce, error)) return true;
+    if (error.value() != ECANCELED) report_write_failure(path, error);
+    return false;
+}
+
 bool write_result(const std::string& path, std::string_view text) {
     return write_edited(path, text) != core::fs::WriteOutcome::failed;
 }

@@ -55,6 +55,12 @@ bool read_source(const std::string& path, std::string& text);
 /// the answer is true.
 bool write_result(const std::string& path, std::string_view text);
 
+/// write_result() for an output made piece by piece: `produce` hands each
+/// piece to the sink it is given, which passes it on at once (to standard
+/// output, a device, or the temporary file that replaces `path` at the end)
+/// and answers whether `produce` made the whole output and all went out.
+bool write_result_stream(const std::string& path, const std::function<bool(const core::fs::OutputSink&)>& produce);
+
 /// What became of one file of a batch, counted for the summary line that a
 /// batch of more than one file ends with ("mopac-input: 3 files: 1 edited,
 /// 1 unchanged, 1 refused, 0 failed"). Each command counts in its own words;

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <string>
 #include <string_view>
@@ -183,5 +184,18 @@ VESK_CORE_FS_API WriteOutcome write_text_file_atomic(const std::string& path, st
 /// directly, as it cannot be replaced; anything else goes through
 /// write_text_file_atomic(path, content, error), whose errors it answers.
 VESK_CORE_FS_API bool write_output_file(const std::string& path, std::string_view content, std::error_code& error);
+
+/// Takes the pieces of an output in order; false once it can take no more.
+using OutputSink = std::function<bool(std::string_view piece)>;
+
+/// write_output_file for an output made piece by piece, none of it held
+/// here: `produce` hands each piece to the sink it is given and answers
+/// whether it made the whole output. A character device takes each piece as
+/// it comes; any other path is replaced all or nothing, from a temporary
+/// file the pieces go to as they come (as write_text_file_atomic does). When
+/// `produce` answers false, or a piece cannot be written (`error` says why,
+/// else ECANCELED), a replaced file keeps its old bytes.
+VESK_CORE_FS_API bool write_output_stream(const std::string& path, const std::function<bool(const OutputSink&)>& produce,
+                                          std::error_code& error);
 
 }  // namespace vesk::core::fs
