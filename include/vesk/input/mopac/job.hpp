@@ -57,8 +57,8 @@ inline bool operator==(const JobLine& a, const JobLine& b) noexcept {
 }
 inline bool operator!=(const JobLine& a, const JobLine& b) noexcept { return !(a == b); }
 
-/// The lines of a text, 9 bytes a line: where each starts, how it ends, its
-/// role and its job. Each is handed out as a JobLine value; a line's length
+/// The lines of a text, 5 bytes a line (9 in a file of several jobs): where
+/// each starts, how it ends, its role and its job. Each is handed out as a JobLine value; a line's length
 /// is where the next one starts, less its line end.
 class JobLines {
 public:
@@ -107,7 +107,7 @@ public:
     bool empty() const noexcept { return starts_.empty(); }
     /// The line at `index` (0-based), which must be below size().
     JobLine operator[](std::size_t index) const noexcept {
-        return JobLine{offset(index), length(index), end(index), role(index), jobs_[index]};
+        return JobLine{offset(index), length(index), end(index), role(index), job(index)};
     }
     /// The same, checked: std::out_of_range past the last line.
     VESK_MOPAC_API JobLine at(std::size_t index) const;
@@ -130,12 +130,18 @@ public:
     }
     LineEnd end(std::size_t index) const noexcept { return static_cast<LineEnd>(kinds_[index] & 3U); }
     LineRole role(std::size_t index) const noexcept { return static_cast<LineRole>(kinds_[index] >> 2); }
-    std::uint32_t job(std::size_t index) const noexcept { return jobs_[index]; }
+    std::uint32_t job(std::size_t index) const noexcept { return jobs_.empty() ? 0 : jobs_[index]; }
 
     /// Member-wise comparison.
     friend bool operator==(const JobLines& a, const JobLines& b) noexcept {
-        return a.text_size_ == b.text_size_ && a.starts_ == b.starts_ && a.wraps_ == b.wraps_ && a.kinds_ == b.kinds_ &&
-               a.jobs_ == b.jobs_;
+        if (a.text_size_ != b.text_size_ || a.starts_ != b.starts_ || a.wraps_ != b.wraps_ || a.kinds_ != b.kinds_) {
+            return false;
+        }
+        if (a.jobs_.empty() == b.jobs_.empty()) return a.jobs_ == b.jobs_;
+        for (std::size_t i = 0; i < a.size(); ++i) {
+            if (a.job(i) != b.job(i)) return false;
+        }
+        return true;
     }
     friend bool operator!=(const JobLines& a, const JobLines& b) noexcept { return !(a == b); }
 
@@ -148,20 +154,25 @@ public:
         starts_.push_back(static_cast<std::uint32_t>(offset));
         kinds_.push_back(static_cast<std::uint8_t>(static_cast<unsigned>(end) |
                                                    static_cast<unsigned>(LineRole::trailing) << 2));
-        jobs_.push_back(0);
+        if (!jobs_.empty()) jobs_.push_back(0);
     }
     /// Room for `lines` lines.
     void reserve(std::size_t lines) {
         starts_.reserve(lines);
         kinds_.reserve(lines);
-        jobs_.reserve(lines);
     }
     /// The size of the text the lines cut: the last line ends there.
     void set_text_size(std::size_t size) noexcept { text_size_ = size; }
     void set_role(std::size_t index, LineRole role) noexcept {
         kinds_[index] = static_cast<std::uint8_t>((kinds_[index] & 3U) | static_cast<unsigned>(role) << 2);
     }
-    void set_job(std::size_t index, std::uint32_t job) noexcept { jobs_[index] = job; }
+    void set_job(std::size_t index, std::uint32_t job) {
+        if (jobs_.empty()) {
+            if (job == 0) return;
+            jobs_.assign(size(), 0);  // the first line of a second job: every line had job 0 so far
+        }
+        jobs_[index] = job;
+    }
     /// Takes the roles and jobs of `other`, whose lines must end as these do
     /// (else false, nothing taken): the lines of a text edited within its lines.
     bool take_marks(const JobLines& other) {
@@ -180,7 +191,7 @@ private:
     std::vector<std::uint32_t> starts_;  // offsets, their low 32 bits
     std::vector<std::size_t> wraps_;     // where the high bits go up by one
     std::vector<std::uint8_t> kinds_;    // LineEnd in bits 0-1, LineRole from bit 2
-    std::vector<std::uint32_t> jobs_;
+    std::vector<std::uint32_t> jobs_;  // empty while every line belongs to job 0
     std::size_t text_size_ = 0;
     std::uint64_t last_high_ = 0;
 };
