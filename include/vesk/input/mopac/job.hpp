@@ -57,6 +57,12 @@ inline bool operator==(const JobLine& a, const JobLine& b) noexcept {
 }
 inline bool operator!=(const JobLine& a, const JobLine& b) noexcept { return !(a == b); }
 
+class JobLines;
+class JobReader;
+namespace detail {
+JobLines cut_mopac_lines(std::string_view text);
+}  // namespace detail
+
 /// The lines of a text, 5 bytes a line (9 in a file of several jobs): where
 /// each starts, how it ends, its role and its job. Each is handed out as a JobLine value; a line's length
 /// is where the next one starts, less its line end.
@@ -145,7 +151,11 @@ public:
     }
     friend bool operator!=(const JobLines& a, const JobLines& b) noexcept { return !(a == b); }
 
+private:
     // The reading builds and marks the lines.
+    friend class JobReader;
+    friend JobLines detail::cut_mopac_lines(std::string_view text);
+
     /// Appends a line that starts at `offset` and ends with `end`, role trailing.
     void push_back(std::size_t offset, LineEnd end) {
         for (const std::uint64_t high = static_cast<std::uint64_t>(offset) >> 32; last_high_ < high; ++last_high_) {
@@ -185,7 +195,6 @@ public:
         return true;
     }
 
-private:
     static std::size_t end_bytes(LineEnd end) noexcept { return end == LineEnd::crlf ? 2 : (end == LineEnd::none ? 0 : 1); }
 
     std::vector<std::uint32_t> starts_;  // offsets, their low 32 bits
