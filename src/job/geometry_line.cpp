@@ -279,7 +279,8 @@ bool GeometryLineReader::split_fields(bool plain_only) {
 double GeometryLineReader::number_at(std::size_t field_index) const noexcept {
     double value = 0.0;
     std::size_t end = 0;
-    read_number_in_line(text_, fields_[field_index - 1].begin, value, end);
+    const std::size_t from = fields_[field_index - 1].begin;
+    if (!read_plain_number(text_, from, value, end)) read_number_in_line(text_, from, value, end);
     return value;
 }
 

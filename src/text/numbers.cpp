@@ -41,6 +41,12 @@ struct DecimalDigits {
 }  // namespace
 
 bool parse_double_token(std::string_view token, double& value) noexcept {
+    double plain = 0.0;
+    std::size_t plain_end = 0;
+    if (read_plain_number(token, 0, plain, plain_end) && plain_end == token.size()) {
+        value = plain;
+        return true;
+    }
     const char* first = token.data();
     const char* const last = first + token.size();
 
@@ -234,8 +240,7 @@ const char* hex_number_end(const char* digits, const char* last) noexcept {
 // full conversion gives. Anything else is left to std::from_chars.
 bool DecimalDigits::exact(long exponent, double& magnitude) const noexcept {
 #if FLT_EVAL_METHOD == 0
-    static constexpr double powers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
-                                        1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    const auto& powers = exact_powers_of_ten;
     const long scale = exponent + power;
     if (digits > 19 || mantissa > (std::uint64_t{1} << 53) || scale < -22 || scale > 22) return false;
     const auto m = static_cast<double>(mantissa);

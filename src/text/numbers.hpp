@@ -18,6 +18,9 @@
 // and "1.5" always is, whatever the host program selected with setlocale().
 #pragma once
 
+#include <cfloat>
+#include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 namespace vesk::input::mopac::detail {
@@ -38,5 +41,51 @@ bool parse_int_token(std::string_view token, int& value) noexcept;
 /// `end` behind the number. False, with `value` 0, when no number follows.
 /// Overflow gives an infinity, underflow 0, as accumulating digits would.
 bool read_number_in_line(std::string_view text, std::size_t from, double& value, std::size_t& end) noexcept;
+
+/// 10^0 to 10^22, each exact in a double.
+inline constexpr double exact_powers_of_ten[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,
+                                                  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17,
+                                                  1e18, 1e19, 1e20, 1e21, 1e22};
+
+/// read_number_in_line for the number most fields hold, inline: "[-]digits
+/// [.digits]" right at `from`, at most 19 digits, no exponent behind. The
+/// digits as one integer divided once by an exact power of ten is the
+/// correctly rounded value. False, with nothing set, for anything else.
+inline bool read_plain_number(std::string_view text, std::size_t from, double& value, std::size_t& end) noexcept {
+#if FLT_EVAL_METHOD == 0
+    const char* const data = text.data();
+    const std::size_t n = text.size();
+    std::size_t i = from;
+    const bool negative = i < n && data[i] == '-';
+    if (negative) ++i;
+    const std::size_t first = i;
+    std::uint64_t mantissa = 0;
+    for (; i < n && static_cast<unsigned char>(data[i] - '0') < 10; ++i) {
+        mantissa = mantissa * 10 + static_cast<std::uint64_t>(data[i] - '0');
+    }
+    std::size_t digits = i - first;
+    std::size_t fraction = 0;
+    if (i < n && data[i] == '.') {
+        const std::size_t fraction_begin = ++i;
+        for (; i < n && static_cast<unsigned char>(data[i] - '0') < 10; ++i) {
+            mantissa = mantissa * 10 + static_cast<std::uint64_t>(data[i] - '0');
+        }
+        fraction = i - fraction_begin;
+        digits += fraction;
+    }
+    if (digits == 0 || digits > 19 || fraction > 22 || mantissa > (std::uint64_t{1} << 53)) return false;
+    if (i < n && ((data[i] | 0x20) == 'e' || (data[i] | 0x20) == 'd')) return false;  // an exponent follows
+    const double magnitude = static_cast<double>(mantissa) / exact_powers_of_ten[fraction];
+    value = negative ? -magnitude : magnitude;
+    end = i;
+    return true;
+#else
+    (void)text;
+    (void)from;
+    (void)value;
+    (void)end;
+    return false;
+#endif
+}
 
 }  // namespace vesk::input::mopac::detail
