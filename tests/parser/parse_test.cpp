@@ -188,6 +188,9 @@ TEST(number_tokens, agree_with_stod_and_stoi) {
             std::size_t end = 0;
             ASSERT_TRUE(detail::read_number_in_line(fortran, 0, mine, end) && end == fortran.size()) << fortran;
             ASSERT_TRUE(std::memcmp(&mine, &theirs, sizeof mine) == 0) << fortran;
+            if (detail::read_plain_number(token, 0, mine, end)) {  // the inline path, where it takes the number
+                ASSERT_TRUE(end == token.size() && std::memcmp(&mine, &theirs, sizeof mine) == 0) << token;
+            }
         }
         int mine_int = -7, their_int = -7;
         ASSERT_EQ(detail::parse_int_token(token, mine_int), reference(token, their_int, stoi)) << token;
