@@ -1,4 +1,5 @@
 // Recognition of the lines behind the comment line: atoms, translation vectors, raw text.
+#include <cstring>
 #include <string>
 
 #include "text/bytes.hpp"
@@ -12,6 +13,7 @@ namespace {
 constexpr std::size_t max_tokens = 8;  // one more than any accepted line has
 
 std::size_t split_tokens(std::string_view line, std::string_view (&tokens)[max_tokens]) noexcept;
+bool read_plain_record(std::string_view line, CoordinateRecord& record);
 std::size_t count_coordinate_lines(LineCursor lines) noexcept;
 bool is_translation_label(std::string_view label) noexcept;
 
@@ -32,9 +34,10 @@ std::uint64_t read_coordinate_section(LineCursor& lines, MopacInput& document) {
             while (lines.has_next()) document.trailing_lines.emplace_back(lines.next());
             break;
         }
+        CoordinateRecord& record = document.coordinates.emplace_back();
+        if (read_plain_record(line, record)) continue;
         std::string_view tokens[max_tokens];
         std::size_t count = split_tokens(line, tokens);
-        CoordinateRecord& record = document.coordinates.emplace_back();
         if (!parse_coordinate_tokens(tokens, count, record)) {
             record.kind = CoordinateKind::Raw;
             record.raw_line.assign(line);
@@ -74,6 +77,57 @@ std::size_t split_tokens(std::string_view line, std::string_view (&tokens)[max_t
         tokens[count++] = line.substr(start, i - start);
     }
     return count;
+}
+
+// The line nearly every file is made of, read in one pass over its bytes: a
+// token, then 3 or 6 numbers of the form "[-]digits[.digits]" (the 2nd, 4th
+// and 6th of six whole, of at most 9 digits), each converted where it is
+// found. Such a line reads as parse_coordinate_tokens reads it. False, with
+// `record` untouched, for every other line, which the general path takes.
+bool read_plain_record(std::string_view line, CoordinateRecord& record) {
+    const char* const data = line.data();
+    const std::size_t n = line.size();
+    std::size_t i = 0;
+    while (i < n && is_c_space(static_cast<unsigned char>(data[i]))) ++i;
+    const std::size_t element_begin = i;
+    while (i < n && !is_c_space(static_cast<unsigned char>(data[i]))) ++i;
+    const std::size_t element_end = i;
+    if (element_begin == element_end) return false;
+
+    double numbers[6];
+    bool whole[6];
+    std::size_t count = 0;
+    for (;;) {
+        while (i < n && is_c_space(static_cast<unsigned char>(data[i]))) ++i;
+        if (i == n) break;
+        std::size_t end = 0;
+        if (count == 6 || !read_plain_number(line, i, numbers[count], end)) return false;
+        if (end < n && !is_c_space(static_cast<unsigned char>(data[end]))) return false;
+        const std::size_t digits = end - i - (data[i] == '-' ? 1 : 0);
+        whole[count++] = digits <= 9 && std::memchr(data + i, '.', end - i) == nullptr;
+        i = end;
+    }
+    const bool flags = count == 6;
+    if (!flags && count != 3) return false;
+    if (flags && !(whole[1] && whole[3] && whole[5])) return false;
+
+    const std::string_view element = line.substr(element_begin, element_end - element_begin);
+    if (is_translation_label(element)) record.kind = CoordinateKind::TranslationVector;
+    record.element.assign(element);
+    if (flags) {
+        record.has_optimization_flags = true;
+        record.x = numbers[0];
+        record.y = numbers[2];
+        record.z = numbers[4];
+        record.optimize_x = static_cast<int>(numbers[1]);
+        record.optimize_y = static_cast<int>(numbers[3]);
+        record.optimize_z = static_cast<int>(numbers[5]);
+    } else {
+        record.x = numbers[0];
+        record.y = numbers[1];
+        record.z = numbers[2];
+    }
+    return true;
 }
 
 std::size_t count_coordinate_lines(LineCursor lines) noexcept {

@@ -81,6 +81,7 @@ TEST(coordinate_line, recognises_atoms_and_translation_vectors_by_shape) {
         {"O 1.0D+00 0 0", "R  O 1 1 0 1 0 1"}, {"O 1 T 2 T 3 T", "R+ O 1 1 0 1 0 1"},
         {"O 1 7.0 2 0 3 0", "R+ O 1 7 0 1 0 1"}, {"O 1e400 0 0", "R  O 0 1 0 1 0 1"},
         {"O 0x1p+-1 0 0", "R  O 1 1 0 1 0 1"}, {"O 1 99999999999 0 0 0 0", "R+ O 1 1 0 1 0 1"},
+        {"O 1-2 3", "R   0 1 0 1 0 1"}, {"O 1 2 3 4 5 6.5", "R+ O 1 2 3 4 5 6"},
     };
     for (const auto& [line, expected] : cases) {
         const ParseResult r = parse_string("PM7\ntitle\ncomment\n" + line + "\n");
