@@ -20,7 +20,6 @@ constexpr std::size_t pdb_label_length = 27;  // "ATOM      2  CA  ALA A   3"
 constexpr double deuterium_mass = 2.014;
 constexpr double tritium_mass = 3.016;
 
-bool is_blank_text(std::string_view view) noexcept;
 bool holds_next(std::string_view view) noexcept;
 bool has_letter(std::string_view text) noexcept;
 bool has_digit(std::string_view text) noexcept;
@@ -37,7 +36,17 @@ LineKind GeometryLineReader::read(std::string_view view, std::size_t atoms_befor
     extra_ = {};
     atom = ParsedAtom{};
     view_ = view.substr(0, geometry_line_limit);
-    if (is_blank_text(view_) || holds_next(view_)) return LineKind::end;
+    // Commas are blanks; the label is cut out without leaving a blank, so
+    // "Cl(on C5)34.96885" reads as "Cl34.96885". Case matters nowhere below:
+    // symbols are looked up in any case, numbers take e, E, d and D. A line
+    // with neither is read where it stands, and its split tells what the
+    // checks before it need: whether it is blank, whether it may hold NEXT.
+    label_at_ = std::string::npos;
+    label_size_ = 0;
+    text_ = view_;
+    const bool plain = split_fields(true);
+    if (plain && field_count_ == 0) return LineKind::end;  // blanks only
+    if ((!plain || may_hold_next_) && holds_next(view_)) return LineKind::end;
     const std::string_view trimmed = trim(view_);
     if (trimmed == "$coord" || trimmed == "$end") return LineKind::skip;
     // PDB text among the first atoms hands the geometry to the PDB reader.
@@ -46,14 +55,7 @@ LineKind GeometryLineReader::read(std::string_view view, std::size_t atoms_befor
         return LineKind::pdb;
     }
 
-    // Commas are blanks; the label is cut out without leaving a blank, so
-    // "Cl(on C5)34.96885" reads as "Cl34.96885". Case matters nowhere below:
-    // symbols are looked up in any case, numbers take e, E, d and D. A line
-    // with neither is read where it stands.
-    label_at_ = std::string::npos;
-    label_size_ = 0;
-    text_ = view_;
-    if (!split_fields(true)) {
+    if (!plain) {
         const bool commas = std::memchr(view_.data(), ',', view_.size()) != nullptr;
         const std::size_t open = view_.find('(');
         line_.assign(view_.data(), view_.size());
@@ -238,6 +240,11 @@ void GeometryLineReader::mark_written_short(ParsedAtom& atom, std::size_t atoms_
 // numbers, "--" is one sparkle); a field that opens with '"' runs to the
 // closing '"'. With `plain_only`, false as soon as a comma, a '(' or a '"'
 // shows that the line must be rewritten first.
+//
+// A field that starts with a plain number ("-12.5") has it converted here,
+// and its bytes are passed at once: digits and a point end no field. A field
+// that starts with an N in either case is noted: " NEXT" can stand nowhere
+// else, since a blank ends a field.
 bool GeometryLineReader::split_fields(bool plain_only) {
     // What ends the bytes of a field: 1 a blank, 2 a '-', 3 a comma or parenthesis.
     static constexpr auto kinds = [] {
@@ -252,23 +259,29 @@ bool GeometryLineReader::split_fields(bool plain_only) {
     const std::size_t n = text_.size();  // at most geometry_line_limit: each field takes a byte
     std::size_t count = 0;
     std::size_t i = 0;
+    may_hold_next_ = false;
     while (i < n) {
         while (i < n && data[i] == ' ') ++i;
         if (i == n) break;
-        const std::size_t begin = i;
+        Field& field = fields_[count++];
+        field.begin = static_cast<std::uint16_t>(i);
         if (plain_only && kind(data[i]) == 3) return false;
+        field.converted = false;
         if (data[i] == '"') {
             const std::size_t close = text_.find('"', i + 1);
             i = close == std::string_view::npos ? n : close + 1;
         } else {
-            for (++i; i < n; ++i) {
+            std::size_t end = 0;
+            field.converted = read_plain_number(text_, i, field.value, end);
+            if (!field.converted) may_hold_next_ = may_hold_next_ || (data[i] | 0x20) == 'n';
+            for (i = field.converted ? end : i + 1; i < n; ++i) {
                 const unsigned char k = kind(data[i]);
                 if (k == 0) continue;
                 if (k == 1 || (k == 2 && !is_exponent_or_sign(data[i - 1]))) break;
                 if (k == 3 && plain_only) return false;
             }
         }
-        fields_[count++] = {static_cast<std::uint16_t>(begin), static_cast<std::uint16_t>(i)};
+        field.end = static_cast<std::uint16_t>(i);
     }
     field_count_ = count;
     return true;
@@ -277,10 +290,11 @@ bool GeometryLineReader::split_fields(bool plain_only) {
 // MOPAC reads a value from where its field begins, past anything that is no
 // number, to the end of the line.
 double GeometryLineReader::number_at(std::size_t field_index) const noexcept {
+    const Field& field = fields_[field_index - 1];
+    if (field.converted) return field.value;
     double value = 0.0;
     std::size_t end = 0;
-    const std::size_t from = fields_[field_index - 1].begin;
-    if (!read_plain_number(text_, from, value, end)) read_number_in_line(text_, from, value, end);
+    read_number_in_line(text_, field.begin, value, end);
     return value;
 }
 
@@ -373,13 +387,6 @@ long long round_to_integer(double value) noexcept {
 }
 
 namespace {
-
-bool is_blank_text(std::string_view view) noexcept {
-    for (char c : view) {
-        if (c != ' ') return false;
-    }
-    return true;
-}
 
 // " NEXT" in any case, with the blank in front. Lines of numbers hold no
 // N at all: each case of it is searched for on its own.

@@ -71,6 +71,8 @@ private:
     struct Field {
         std::uint16_t begin;
         std::uint16_t end;
+        bool converted;  // a plain number starts the field: `value`
+        double value;
     };
 
     bool split_fields(bool plain_only);
@@ -90,6 +92,7 @@ private:
     std::size_t label_size_ = 0;  // bytes cut out, parentheses included
     std::array<Field, geometry_line_limit> fields_{};  // a field takes at least one byte of the line
     std::size_t field_count_ = 0;
+    bool may_hold_next_ = false;  // the last split passed an N outside numbers
     std::string_view label_;
     std::string_view extra_;
     std::vector<LineIssue> issues_;

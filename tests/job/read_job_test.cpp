@@ -226,6 +226,19 @@ TEST(read_job, finds_what_mopac_stops_on_in_the_geometry) {
     EXPECT_THAT(codes(read_job("OLDGEO\nt\nd\n")), ElementsAre("1 E oldgeo-first-job"));
 }
 
+TEST(read_job, ends_the_geometry_where_mopac_does) {
+    // The line behind one atom: 'e' ends the geometry, 'G' is an atom.
+    const std::pair<const char*, char> cases[] = {
+        {" NEXT", 'e'},       {"C 1 0 0 next", 'e'},  {"\tNext", 'e'},      {"C 1,0 0 NEXT", 'e'},
+        {"0 1 0 0", 'e'},     {"  ", 'e'},           {"NEXT 1 0 0", 'G'}, {"C 1 0 0 XNEXT", 'G'},
+        {"N 1 0 0", 'G'},     {"Na 1 2 3 n", 'G'},   {"n 1 -2 3", 'G'},   {"C 1 0 0 -NEXT", 'G'},
+    };
+    for (const auto& [line, role] : cases) {
+        const MopacJob job = read_job(std::string("PM7\nt\nd\nC 0 0 0\n") + line + "\nH 2 0 0\n");
+        EXPECT_EQ(roles(job).substr(3, 3), std::string("G") + role + (role == 'G' ? 'G' : 'k')) << line;
+    }
+}
+
 void expect_near(const vesk::core::Atom& atom, const char* element, double x, double y, double z) {
     EXPECT_EQ(atom.element, element);
     EXPECT_NEAR(atom.x, x, 1e-12);
