@@ -92,7 +92,7 @@ private:
     std::size_t label_size_ = 0;  // bytes cut out, parentheses included
     std::array<Field, geometry_line_limit> fields_{};  // a field takes at least one byte of the line
     std::size_t field_count_ = 0;
-    bool may_hold_next_ = false;  // the last split passed an N outside numbers
+    bool may_hold_next_ = false;  // a field of the last split starts with N or n
     std::string_view label_;
     std::string_view extra_;
     std::vector<LineIssue> issues_;
